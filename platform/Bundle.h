@@ -1,0 +1,38 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tovi::platform {
+
+/// The installed program's resources and its information dictionary (Info.plist). Constant after
+/// construction; any thread.
+class Bundle {
+ public:
+  /// The bundle in the directory named by TOVI_RESOURCES_DIR, else the one set when this program
+  /// was configured.
+  static Bundle main();
+
+  explicit Bundle(std::filesystem::path directory);
+  ~Bundle();
+  Bundle(Bundle&&) noexcept;
+  Bundle& operator=(Bundle&&) noexcept;
+
+  /// The path of the resource, none when there is no such regular file.
+  std::optional<std::filesystem::path> resource(std::string_view name,
+                                                std::string_view extension) const;
+  /// A text of the information dictionary; none when absent or of another type.
+  std::optional<std::string> information(std::string_view key) const;
+  /// Short for information("CFBundleIdentifier").
+  std::optional<std::string> identifier() const;
+
+ private:
+  struct Native;
+  std::filesystem::path directory_;
+  std::unique_ptr<Native> native_;
+};
+
+}  // namespace tovi::platform

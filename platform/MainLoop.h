@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace tovi::platform {
+
+/// The event loop of the main thread: timers, the service bus, and the signals that end the
+/// program. Create it before any thread is started, since it blocks the ending signals in the
+/// calling thread and every thread started later inherits that. Used from one thread only.
+class MainLoop {
+ public:
+  /// A repeating timer; it stops when destroyed. Must not outlive its loop.
+  class Timer {
+   public:
+    struct Native;
+    explicit Timer(std::unique_ptr<Native> native);
+    ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+   private:
+    std::unique_ptr<Native> native_;
+  };
+
+  /// The operating system's side, known to the files of the platform folder only.
+  struct Native;
+
+  /// Throws std::system_error when the operating system refuses a loop.
+  MainLoop();
+  ~MainLoop();
+  MainLoop(const MainLoop&) = delete;
+  MainLoop& operator=(const MainLoop&) = delete;
+
+  /// Runs until SIGTERM or SIGINT arrives, or until `quit`; true then. False when it ended because
+  /// the service bus was lost. Runs once.
+  bool run();
+  void quit();
+
+  /// Calls `action` every `period` (at least one millisecond) while `run` runs. A firing that is
+  /// late is not made up for.
+  std::unique_ptr<Timer> repeat(std::chrono::duration<double> period, std::function<void()> action);
+
+  Native& native() { return *native_; }
+
+ private:
+  std::unique_ptr<Native> native_;
+};
+
+/// Tells the service manager that start-up is complete, as sd_notify(3) READY=1 does. Without a
+/// service manager nothing happens.
+void notifyReady();
+
+}  // namespace tovi::platform

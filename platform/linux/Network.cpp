@@ -1,0 +1,116 @@
+#include "platform/Network.h"
+
+#include <array>
+#include <cerrno>
+#include <ifaddrs.h>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <net/if.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <optional>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ResolverList.h"
+#include "platform/linux/TextFile.h"
+
+namespace tovi::platform {
+
+namespace {
+
+socklen_t addressLength(const sockaddr* address) {
+  if (address == nullptr) return 0;
+  if (address->sa_family == AF_INET) return sizeof(sockaddr_in);
+  return address->sa_family == AF_INET6 ? sizeof(sockaddr_in6) : 0;
+}
+
+std::optional<std::string> numericText(const sockaddr* address) {
+  std::array<char, NI_MAXHOST> text;
+  const socklen_t length = addressLength(address);
+  if (length == 0 ||
+      getnameinfo(address, length, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0) {
+    return std::nullopt;
+  }
+  return text.data();
+}
+
+}  // namespace
+
+std::vector<InterfaceAddress> interfaceAddresses() {
+  ifaddrs* list = nullptr;
+  if (getifaddrs(&list) != 0) return {};
+  const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owned(list, &freeifaddrs);
+  std::vector<InterfaceAddress> addresses;
+  for (const ifaddrs* each = list; each != nullptr; each = each->ifa_next) {
+    if ((each->ifa_flags & IFF_UP) == 0) continue;
+    if (auto text = numericText(each->ifa_addr)) {
+      addresses.push_back(
+          {each->ifa_name, std::move(*text), (each->ifa_flags & IFF_LOOPBACK) != 0});
+    }
+  }
+  return addresses;
+}
+
+std::vector<std::string> resolverAddresses() {
+  // The other file may name systemd-resolved's own stub only.
+  auto text = readTextFile("/run/systemd/resolve/resolv.conf");
+  if (!text) text = readTextFile("/etc/resolv.conf");
+  return resolversOf(text.value_or(""));
+}
+
+struct NetworkChanges::Native {
+  Native();
+  bool takeChanges() const;
+
+  // Constant after construction.
+  FileDescriptor notifications;
+  FileDescriptor stopped;
+};
+
+NetworkChanges::Native::Native() : stopped(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  FileDescriptor opened(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+  sockaddr_nl address = {};
+  address.nl_family = AF_NETLINK;
+  address.nl_groups = RTMGRP_IPV4_IFADDR;
+  const bool bound = opened && bind(opened.get(), reinterpret_cast<const sockaddr*>(&address),
+                                    sizeof address) == 0;
+  if (bound) notifications = std::move(opened);
+}
+
+// Empties the socket; true when anything was there. What a notification says does not matter, and
+// one that was lost for lack of room (ENOBUFS) is a change like any other.
+bool NetworkChanges::Native::takeChanges() const {
+  std::array<char, 8192> ignored;
+  bool changed = false;
+  while (true) {
+    const ssize_t count = recv(notifications.get(), ignored.data(), ignored.size(), 0);
+    if (count < 0 && errno != ENOBUFS && errno != EINTR) return changed;
+    changed = changed || count > 0 || errno == ENOBUFS;
+  }
+}
+
+NetworkChanges::NetworkChanges() : native_(std::make_unique<Native>()) {}
+NetworkChanges::~NetworkChanges() = default;
+
+bool NetworkChanges::isOpen() const {
+  return native_->notifications && native_->stopped;
+}
+
+void NetworkChanges::run(const std::function<void()>& onChange) {
+  if (!isOpen()) return;
+  std::array<pollfd, 2> waited = {
+      {{native_->notifications.get(), POLLIN, 0}, {native_->stopped.get(), POLLIN, 0}}};
+  while (poll(waited.data(), waited.size(), -1) >= 0 || errno == EINTR) {
+    if ((waited[1].revents & POLLIN) != 0) return;
+    if (native_->takeChanges()) onChange();
+  }
+}
+
+void NetworkChanges::stop() {
+  eventfd_write(native_->stopped.get(), 1);
+}
+
+}  // namespace tovi::platform

@@ -1,0 +1,171 @@
+#include "platform/SecretItems.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/SystemCall.h"
+
+namespace tovi::platform {
+
+namespace {
+
+constexpr std::size_t kMostItemBytes = 64u << 10;
+constexpr mode_t kOwnerOnlyDirectory = S_IRWXU;
+constexpr mode_t kOwnerOnlyFile = S_IRUSR | S_IWUSR;
+
+void checkAccount(std::string_view account) {
+  const auto isAllowed = [](unsigned char character) {
+    return character < 0x80 && (std::isalnum(character) ||
+                                std::string_view("_-.").find(character) != std::string_view::npos);
+  };
+  const bool valid = !account.empty() && account.size() <= 128 && account.front() != '.' &&
+                     std::all_of(account.begin(), account.end(), isAllowed);
+  if (!valid) throw std::runtime_error("not a name of an account");
+}
+
+// Refuses what somebody else could have written, or can read.
+struct stat checkOwnerOnly(int descriptor, const std::string& what) {
+  struct stat facts;
+  checkCall(fstat(descriptor, &facts), what);
+  if (facts.st_uid != geteuid()) throw std::runtime_error(what + " belongs to another user");
+  if ((facts.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    throw std::runtime_error(what + " is open to other users");
+  }
+  return facts;
+}
+
+FileDescriptor openDirectory(const std::filesystem::path& directory) {
+  FileDescriptor opened(
+      checkCall(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC),
+                directory.string()));
+  checkOwnerOnly(opened.get(), directory.string());
+  return opened;
+}
+
+// The directory, made when missing, and locked against other writers until it is closed.
+FileDescriptor openDirectoryForWriting(const std::filesystem::path& directory) {
+  if (directory.has_parent_path()) std::filesystem::create_directories(directory.parent_path());
+  if (mkdir(directory.c_str(), kOwnerOnlyDirectory) != 0 && errno != EEXIST) {
+    throwSystemError(errno, directory.string());
+  }
+  FileDescriptor opened = openDirectory(directory);
+  checkCall(flock(opened.get(), LOCK_EX), directory.string());
+  return opened;
+}
+
+FileDescriptor openItem(const FileDescriptor& directory, const std::string& account) {
+  // Without O_NONBLOCK, opening a named pipe would wait.
+  const int descriptor =
+      openat(directory.get(), account.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0 && errno == ELOOP) throw std::runtime_error(account + " is a link");
+  FileDescriptor opened(checkCall(descriptor, account));
+  const struct stat facts = checkOwnerOnly(opened.get(), account);
+  if (!S_ISREG(facts.st_mode)) throw std::runtime_error(account + " is not a regular file");
+  return opened;
+}
+
+Bytes readItem(const FileDescriptor& item, const std::string& account) {
+  Bytes value(kMostItemBytes + 1);
+  std::size_t filled = 0;
+  while (filled < value.size()) {
+    const auto count =
+        checkCall(read(item.get(), value.data() + filled, value.size() - filled), account);
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  if (filled > kMostItemBytes) throw std::runtime_error(account + " is too large");
+  value.resize(filled);
+  return value;
+}
+
+void writeAll(const FileDescriptor& file, ByteView value, const std::string& name) {
+  while (!value.empty()) {
+    const auto count = checkCall(write(file.get(), value.data(), value.size()), name);
+    value = value.subspan(static_cast<std::size_t>(count));
+  }
+}
+
+// Puts the value in the account's place in one step. `renameFlags` are those of renameat2(2).
+void putItem(const FileDescriptor& directory, const std::string& account, ByteView value,
+             unsigned renameFlags) {
+  if (value.size() > kMostItemBytes) throw std::runtime_error(account + " is too large");
+  // No account begins with a dot. One that stands there is left over from a crash.
+  const std::string temporary = "." + account;
+  unlinkat(directory.get(), temporary.c_str(), 0);
+  const FileDescriptor file(
+      checkCall(openat(directory.get(), temporary.c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnlyFile),
+                temporary));
+  try {
+    writeAll(file, value, temporary);
+    checkCall(fsync(file.get()), temporary);
+    checkCall(renameat2(directory.get(), temporary.c_str(), directory.get(), account.c_str(),
+                        renameFlags),
+              account);
+  } catch (const std::exception&) {
+    unlinkat(directory.get(), temporary.c_str(), 0);
+    throw;
+  }
+  checkCall(fsync(directory.get()), account);
+}
+
+// Does it, and tells how it ended.
+template <typename Action>
+SecretStatus attempt(std::string_view account, Action action) {
+  try {
+    checkAccount(account);
+    action(std::string(account));
+    return {SecretStatus::Done, "done"};
+  } catch (const std::system_error& fault) {
+    if (fault.code() == std::errc::file_exists) return {SecretStatus::Duplicate, fault.what()};
+    if (fault.code() == std::errc::no_such_file_or_directory) {
+      return {SecretStatus::NotFound, fault.what()};
+    }
+    return {SecretStatus::Failed, fault.what()};
+  } catch (const std::exception& fault) {
+    return {SecretStatus::Failed, fault.what()};
+  }
+}
+
+}  // namespace
+
+SecretItems::SecretItems(std::filesystem::path directory) : directory_(std::move(directory)) {}
+
+SecretStatus SecretItems::add(std::string_view account, ByteView value) {
+  return attempt(account, [&](const std::string& name) {
+    putItem(openDirectoryForWriting(directory_), name, value, RENAME_NOREPLACE);
+  });
+}
+
+SecretStatus SecretItems::update(std::string_view account, ByteView value) {
+  return attempt(account, [&](const std::string& name) {
+    const FileDescriptor directory = openDirectoryForWriting(directory_);
+    openItem(directory, name);
+    putItem(directory, name, value, 0);
+  });
+}
+
+SecretStatus SecretItems::read(std::string_view account, Bytes& value) const {
+  return attempt(account, [&](const std::string& name) {
+    value = readItem(openItem(openDirectory(directory_), name), name);
+  });
+}
+
+SecretStatus SecretItems::remove(std::string_view account) {
+  return attempt(account, [&](const std::string& name) {
+    const FileDescriptor directory = openDirectory(directory_);
+    checkCall(unlinkat(directory.get(), name.c_str(), 0), name);
+    checkCall(fsync(directory.get()), name);
+  });
+}
+
+}  // namespace tovi::platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <systemd/sd-bus.h>
+
+#include "platform/ServiceBus.h"
+
+namespace tovi::platform {
+
+/// A message whose contents are not of the types that were expected.
+class MessageTypeError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The D-Bus type of one parameter, such as "a{ss}".
+const char* typeSignature(ServiceType type);
+
+/// Reads parameters of exactly these types. Throws MessageTypeError when the message holds others,
+/// or more, or fewer.
+ServiceParameters readParameters(sd_bus_message* message, const std::vector<ServiceType>& types);
+
+/// Appends the parameters. Bytes that D-Bus cannot carry in a text are replaced by U+FFFD. Throws
+/// std::system_error when the message cannot take them.
+void appendParameters(sd_bus_message* message, const ServiceParameters& parameters);
+
+/// The text with each byte that D-Bus cannot carry (NUL, or not UTF-8) replaced by U+FFFD.
+std::string busText(std::string_view text);
+
+}  // namespace tovi::platform

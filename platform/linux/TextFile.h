@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace tovi::platform {
+
+/// The contents of the file; none when it cannot be read or holds more than `mostBytes`.
+std::optional<std::string> readTextFile(const std::filesystem::path& file,
+                                        std::size_t mostBytes = 1u << 20);
+
+}  // namespace tovi::platform
