@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace tovi {
+
+/// The errors of the core. `what()` is the description that reaches logs and replies.
+class AgentErrors : public std::runtime_error {
+ public:
+  enum Case {
+    EmptyData,
+    ErrorParsing,
+    ErrorInActivation,
+    ActivationCodeEmpty,
+    UninstallError,
+    SettingsUnavailable,
+    WrongScript,
+    AgentStateUnknown,
+    KeyChainError,
+    UndesiredDomain,
+  };
+
+  explicit AgentErrors(Case errorCase);
+  Case errorCase() const { return errorCase_; }
+
+ private:
+  Case errorCase_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace tovi {
+
+/// The store of closed batches. Any thread; callers wait until the work is done.
+class MessagePersistenceProtocol {
+ public:
+  virtual ~MessagePersistenceProtocol() = default;
+
+  /// Seals and stores the JSON text of a batch as a new pending message.
+  virtual void saveMessage(const std::string& text) = 0;
+  /// Hands out pending messages: JSON texts by message identifier.
+  virtual std::map<std::string, std::string> getNewMessages() = 0;
+  /// Takes the companion's report on a message that was handed out.
+  virtual void messageDeliveryState(const std::string& id, bool deliveryFailed) = 0;
+};
+
+}  // namespace tovi

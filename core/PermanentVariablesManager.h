@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+
+#include "core/FileProperties.h"
+#include "core/SavePropertyManagerProtocol.h"
+
+namespace tovi {
+
+/// The counters, time stamps and settings that outlive the process, in one property-list file.
+/// Any thread.
+class PermanentVariablesManager : public SavePropertyManagerProtocol {
+ public:
+  explicit PermanentVariablesManager(std::filesystem::path propertyList);
+
+  std::optional<std::string> getString(std::string_view key) const override;
+  std::optional<std::int64_t> getInt(std::string_view key) const override;
+  std::optional<double> getDouble(std::string_view key) const override;
+  std::optional<bool> getBool(std::string_view key) const override;
+  PropertyDictionary getAll() const override;
+
+  void save(std::string_view key, PropertyValue value) override;
+  void increment(std::string_view key) override;
+
+ private:
+  FileProperties properties_;
+};
+
+}  // namespace tovi

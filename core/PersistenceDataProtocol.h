@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace tovi {
+
+using Bytes = std::vector<std::byte>;
+using ByteView = std::span<const std::byte>;
+
+inline ByteView bytesOf(std::string_view text) {
+  return std::as_bytes(std::span(text.data(), text.size()));
+}
+
+/// Secrets by account name. Failures are logged by the store and not raised. Any thread.
+class PersistenceDataProtocol {
+ public:
+  virtual ~PersistenceDataProtocol() = default;
+
+  /// Stores or replaces.
+  virtual void save(ByteView value, std::string_view key) = 0;
+  virtual std::optional<Bytes> read(std::string_view key) const = 0;
+  /// True when an item was deleted.
+  virtual bool remove(std::string_view key) = 0;
+};
+
+}  // namespace tovi

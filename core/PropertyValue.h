@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tovi {
+
+/// A point in time of a property list, kept as the list keeps it: seconds and microseconds since
+/// 2001-01-01T00:00:00Z.
+struct PropertyDate {
+  std::int32_t seconds = 0;
+  std::int32_t microseconds = 0;
+  bool operator==(const PropertyDate&) const = default;
+};
+
+/// A value of a property list or of the settings. Integers and reals stay apart.
+struct PropertyValue {
+  using Data = std::vector<std::byte>;
+  using Array = std::vector<PropertyValue>;
+  using Dictionary = std::map<std::string, PropertyValue, std::less<>>;
+
+  std::variant<bool, std::int64_t, double, std::string, Data, PropertyDate, Array, Dictionary>
+      value;
+
+  bool operator==(const PropertyValue&) const = default;
+};
+
+using PropertyDictionary = PropertyValue::Dictionary;
+
+}  // namespace tovi

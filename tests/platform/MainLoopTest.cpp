@@ -1,0 +1,39 @@
+#include <csignal>
+
+#include <gtest/gtest.h>
+
+#include "platform/MainLoop.h"
+
+namespace tovi::platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(MainLoop, TimerRepeatsUntilTheLoopQuits) {
+  MainLoop loop;
+  int firings = 0;
+  const auto timer = loop.repeat(1ms, [&] {
+    if (++firings == 3) loop.quit();
+  });
+  EXPECT_TRUE(loop.run());
+  EXPECT_EQ(firings, 3);
+}
+
+TEST(MainLoop, DestroyedTimerNeverFires) {
+  MainLoop loop;
+  auto destroyed = loop.repeat(1ms, [] { FAIL(); });
+  destroyed.reset();
+  const auto last = loop.repeat(5ms, [&] { loop.quit(); });
+  EXPECT_TRUE(loop.run());
+}
+
+TEST(MainLoop, EndingSignalsEndTheLoop) {
+  for (const int number : {SIGTERM, SIGINT}) {
+    MainLoop loop;
+    std::raise(number);
+    EXPECT_TRUE(loop.run());
+  }
+}
+
+}  // namespace
+}  // namespace tovi::platform
