@@ -1,0 +1,213 @@
+#include "capture/DnsMessage.h"
+
+extern "C" {
+#include <libknot/libknot.h>
+}
+
+#include <algorithm>
+#include <iterator>
+
+#include "capture/ByteCursor.h"
+#include "capture/DnsNames.h"
+
+namespace tovi {
+
+namespace {
+
+constexpr std::size_t kSmallText = 4096;
+// The type bitmap of an NSEC record has the longest text: up to eleven characters a bit.
+constexpr std::size_t kMaxTextPerOctet = 96;
+// Signatures and keys look like a chain of pointers by chance, but never like one of so many.
+constexpr unsigned kMaxPointerChain = 8;
+
+DnsHeader readHeader(const std::uint8_t* wire) {
+  return {.id = knot_wire_get_id(wire),
+          .opcode = knot_wire_get_opcode(wire),
+          .responseCode = knot_wire_get_rcode(wire),
+          .authoritative = knot_wire_get_aa(wire) != 0,
+          .recursionAvailable = knot_wire_get_ra(wire) != 0,
+          .truncated = knot_wire_get_tc(wire) != 0,
+          .checkingDisabled = knot_wire_get_cd(wire) != 0,
+          .recursionDesired = knot_wire_get_rd(wire) != 0,
+          .authenticData = knot_wire_get_ad(wire) != 0};
+}
+
+/// Whether somewhere a compression pointer leads to a pointer, and that to the next, and so on.
+/// Each is legal, and so would be thousands of records that each follow thousands of them.
+bool hasLongPointerChain(std::span<const std::byte> bytes) {
+  constexpr std::size_t kPointerReach = 1 << 14;
+  std::array<std::uint8_t, kPointerReach> chain;
+  const auto octet = [&](std::size_t at) { return std::to_integer<unsigned>(bytes[at]); };
+  const std::size_t size = std::min(bytes.size(), kPointerReach);
+  for (std::size_t at = 0; at < size; ++at) {
+    chain[at] = 0;
+    if (octet(at) < 0xc0 || at + 1 == bytes.size()) continue;
+    const std::size_t target = (octet(at) & 0x3f) << 8 | octet(at + 1);
+    if (target >= at) continue;
+    chain[at] = static_cast<std::uint8_t>(chain[target] + 1);
+    if (chain[at] > kMaxPointerChain) return true;
+  }
+  return false;
+}
+
+/// Types whose data is one name and nothing else. The obsolete ones are no names to the library.
+bool isSingleName(std::uint16_t type) {
+  constexpr std::uint16_t kMd = 3, kMf = 4, kMb = 7, kMg = 8, kMr = 9;
+  switch (type) {
+    case KNOT_RRTYPE_NS:
+    case KNOT_RRTYPE_CNAME:
+    case KNOT_RRTYPE_PTR:
+    case KNOT_RRTYPE_DNAME:
+    case kMd:
+    case kMf:
+    case kMb:
+    case kMg:
+    case kMr:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// Steps over the gateway of an IPSECKEY record (RFC 4025, section 2.5).
+void skipGateway(std::uint8_t type, ByteCursor& cursor) {
+  constexpr std::size_t kSizes[] = {0, 4, 16};
+  if (type < std::size(kSizes)) return cursor.skip(kSizes[type]);
+  const auto* name = reinterpret_cast<const std::uint8_t*>(cursor.rest().data());
+  const int size = knot_dname_wire_check(name, name + cursor.rest().size(), nullptr);
+  cursor.skip(type == 3 && size > 0 ? static_cast<std::size_t>(size) : cursor.rest().size() + 1);
+}
+
+/// Whether the data has the fields of its type whose presence the library does not check: its
+/// printer reads them even past the end. RFC 4034 (sections 2.1 and 5.1), 4398, 4025 and 5155.
+bool hasFields(std::uint16_t type, std::span<const std::uint8_t> data) {
+  ByteCursor cursor(std::as_bytes(data));
+  switch (type) {
+    case KNOT_RRTYPE_KEY:
+    case KNOT_RRTYPE_DNSKEY:
+    case KNOT_RRTYPE_DS:
+      cursor.skip(4);
+      break;
+    case KNOT_RRTYPE_CERT:
+      cursor.skip(5);
+      break;
+    case KNOT_RRTYPE_IPSECKEY: {
+      cursor.skip(1);
+      const std::uint8_t gatewayType = cursor.u8();
+      cursor.skip(1);
+      skipGateway(gatewayType, cursor);
+      break;
+    }
+    case KNOT_RRTYPE_NSEC3:
+      cursor.skip(4);
+      cursor.skip(cursor.u8());
+      cursor.skip(cursor.u8());
+      break;
+    case KNOT_RRTYPE_NSEC3PARAM:
+      cursor.skip(4);
+      cursor.skip(cursor.u8());
+      break;
+    default:
+      break;
+  }
+  return !cursor.bad();
+}
+
+/// `text` ends with the dot of the root.
+std::string_view withoutLastDot(std::string_view text) {
+  return text.size() > 1 ? text.substr(0, text.size() - 1) : text;
+}
+
+std::string_view printName(const std::uint8_t* name, std::span<char> buffer) {
+  const char* text = knot_dname_to_str(buffer.data(), name, buffer.size());
+  if (text == nullptr) throw MalformedDns("name without a text");
+  return withoutLastDot(text);
+}
+
+}  // namespace
+
+/// One decoded resource record, its names decompressed.
+struct DnsMessage::Record {
+  Record(const std::uint8_t* wire, std::size_t& position, std::size_t size) {
+    if (knot_rrset_rr_from_wire(wire, &position, size, &set, nullptr, false) != KNOT_EOK) {
+      throw MalformedDns("malformed record");
+    }
+  }
+  ~Record() { knot_rrset_clear(&set, nullptr); }
+  Record(const Record&) = delete;
+  Record& operator=(const Record&) = delete;
+
+  std::span<const std::uint8_t> data() const { return {set.rrs.rdata->data, set.rrs.rdata->len}; }
+
+  knot_rrset_t set;
+};
+
+DnsMessage::DnsMessage(std::span<const std::byte> bytes)
+    : bytes_(bytes), position_(KNOT_WIRE_HEADER_SIZE) {
+  if (bytes.size() < KNOT_WIRE_HEADER_SIZE) throw MalformedDns("short header");
+  if (hasLongPointerChain(bytes)) throw MalformedDns("chain of compression pointers");
+  header_ = readHeader(wire());
+  questionsLeft_ = knot_wire_get_qdcount(wire());
+  answersLeft_ = knot_wire_get_ancount(wire());
+}
+
+bool DnsMessage::nextQuestion(DnsQuestion& question) {
+  if (questionsLeft_ == 0) return false;
+  --questionsLeft_;
+  const std::uint8_t* name = wire() + position_;
+  const std::uint8_t* end = wire() + bytes_.size();
+  const int size = knot_dname_wire_check(name, end, wire());
+  if (size <= 0 || end - name - size < 4) throw MalformedDns("malformed question");
+  knot_dname_storage_t unpacked;
+  if (knot_dname_unpack(unpacked, name, sizeof unpacked, wire()) <= 0) {
+    throw MalformedDns("malformed question name");
+  }
+  question.name = nameText(unpacked);
+  question.type = knot_wire_read_u16(name + size);
+  question.dnsClass = knot_wire_read_u16(name + size + 2);
+  position_ += static_cast<std::size_t>(size) + 4;
+  return true;
+}
+
+bool DnsMessage::nextAnswer(DnsAnswer& answer) {
+  if (answersLeft_ == 0) return false;
+  --answersLeft_;
+  const Record record(wire(), position_, bytes_.size());
+  dnsTypeName(record.set.type);
+  answer.name = nameText(record.set.owner);
+  answer.type = record.set.type;
+  answer.dnsClass = record.set.rclass;
+  answer.ttl = record.set.ttl;
+  answer.data = dataText(record);
+  return true;
+}
+
+std::string_view DnsMessage::nameText(const std::uint8_t* name) {
+  return printName(name, name_);
+}
+
+std::string_view DnsMessage::dataText(const Record& record) {
+  // Updates and some of their answers carry records without data (RFC 2136, section 2.4).
+  if (record.data().empty()) return {};
+  if (isSingleName(record.set.type)) return printName(record.data().data(), dataName_);
+  return dumpedText(record);
+}
+
+// The library does not tell a buffer that is too small from data that it cannot print, so the
+// buffer grows no further than any text of that data could.
+std::string_view DnsMessage::dumpedText(const Record& record) {
+  if (!hasFields(record.set.type, record.data())) throw MalformedDns("data too short");
+  const std::size_t limit = kSmallText + record.data().size() * kMaxTextPerOctet;
+  for (std::size_t capacity = std::max(dataCapacity_, kSmallText);; capacity *= 2) {
+    if (capacity > dataCapacity_) {
+      data_ = std::make_unique_for_overwrite<char[]>(capacity);
+      dataCapacity_ = capacity;
+    }
+    const int length =
+        knot_rrset_txt_dump_data(&record.set, 0, data_.get(), capacity, &KNOT_DUMP_STYLE_DEFAULT);
+    if (length >= 0) return {data_.get(), static_cast<std::size_t>(length)};
+    if (capacity >= limit) throw MalformedDns("data without a text");
+  }
+}
+
+}  // namespace tovi

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+
+namespace tovi {
+
+/// A DNS message that cannot be decoded.
+class MalformedDns : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The names and data are zone-file text (RFC 1035, section 5.1), without the last dot; the root
+/// is ".".
+struct DnsQuestion {
+  std::string_view name;
+  std::uint16_t type;
+  std::uint16_t dnsClass;
+};
+
+struct DnsAnswer {
+  std::string_view name;
+  std::uint16_t type;
+  std::uint16_t dnsClass;
+  std::uint32_t ttl;
+  std::string_view data;
+};
+
+struct DnsHeader {
+  std::uint16_t id;
+  unsigned opcode;
+  unsigned responseCode;
+  bool authoritative;
+  bool recursionAvailable;
+  bool truncated;
+  bool checkingDisabled;
+  bool recursionDesired;
+  bool authenticData;
+};
+
+/// Reads a DNS message (RFC 1035, section 4) from its front: the header, then each question, then
+/// each answer. What stands behind the answers is never looked at. Borrows the message's bytes.
+/// Time is linear in the bytes of the message and of the texts. One thread.
+class DnsMessage {
+ public:
+  /// Throws MalformedDns for fewer bytes than a header has.
+  explicit DnsMessage(std::span<const std::byte> bytes);
+
+  const DnsHeader& header() const { return header_; }
+  /// Fills `question`, whose texts hold until the next call; false behind the last question. Throws
+  /// MalformedDns.
+  bool nextQuestion(DnsQuestion& question);
+  /// Likewise for the answers, once all questions are read. Throws std::out_of_range for a type
+  /// without a name, whose data has no text.
+  bool nextAnswer(DnsAnswer& answer);
+
+ private:
+  struct Record;
+  const std::uint8_t* wire() const { return reinterpret_cast<const std::uint8_t*>(bytes_.data()); }
+  std::string_view nameText(const std::uint8_t* name);
+  std::string_view dataText(const Record& record);
+  std::string_view dumpedText(const Record& record);
+
+  std::span<const std::byte> bytes_;
+  std::size_t position_;
+  DnsHeader header_;
+  unsigned questionsLeft_;
+  unsigned answersLeft_;
+  // A name of 255 octets, each written as an escape of four characters.
+  std::array<char, 1024> name_;
+  std::array<char, 1024> dataName_;
+  std::unique_ptr<char[]> data_;
+  std::size_t dataCapacity_ = 0;
+};
+
+}  // namespace tovi

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <variant>
+
+namespace tovi {
+
+/// Who sends to whom: the key of one direction of a conversation. IPv4 addresses stand in their
+/// IPv6-mapped form (RFC 4291, section 2.5.5.2).
+struct Flow {
+  std::array<std::byte, 16> source;
+  std::array<std::byte, 16> destination;
+  std::uint16_t sourcePort;
+  std::uint16_t destinationPort;
+
+  auto operator<=>(const Flow&) const = default;
+};
+
+/// The frame carries nothing over port 53, or a fragment that does not begin a packet.
+struct NotDns {};
+
+/// Headers that contradict themselves or are cut off.
+struct MalformedFrame {};
+
+/// What a UDP datagram carries; shorter than it was when fragmentation or the capture cut it.
+struct UdpDatagram {
+  Flow flow;
+  std::span<const std::byte> payload;
+};
+
+struct TcpSegment {
+  Flow flow;
+  std::uint32_t sequence;
+  bool syn;
+  bool rst;
+  std::span<const std::byte> payload;
+  /// How many payload octets behind `payload` the capture left out.
+  std::size_t missing;
+};
+
+using DecodedFrame = std::variant<NotDns, MalformedFrame, UdpDatagram, TcpSegment>;
+
+/// Finds what a frame carries from or to port 53. `linkType` is a LINKTYPE_ or DLT_ number; an
+/// unknown one is malformed. A frame counts as malformed when its link or network headers are, as
+/// long as its ports are unknown, since it might have been DNS. The result borrows from `bytes`.
+/// Any thread.
+DecodedFrame decodeFrame(int linkType, std::span<const std::byte> bytes);
+
+}  // namespace tovi

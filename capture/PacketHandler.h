@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace tovi {
+
+/// One captured frame, borrowed for the duration of a call.
+struct CapturedFrame {
+  /// The link type, a LINKTYPE_ or DLT_ number of pcap-linktype(7).
+  int linkType;
+  /// The bytes that were captured, possibly fewer than were on the wire.
+  std::span<const std::byte> bytes;
+  std::chrono::system_clock::time_point time;
+};
+
+/// Turns the frames of one interface, in their order, into DNS record texts. Holds the TCP
+/// connections that are being joined. One thread at a time.
+class PacketHandler {
+ public:
+  /// Finds the text of the processes that hold a local UDP port; empty when none is known.
+  using ProcessLookup = std::function<std::string(std::uint16_t port)>;
+  using TextSink = std::function<void(std::string_view recordText)>;
+
+  struct Collaborators {
+    /// Run for each message over UDP that does not come from port 53.
+    ProcessLookup processLookup;
+    /// Takes each finished text; the text is borrowed.
+    TextSink sink;
+    /// Told of each message or frame that had to be abandoned.
+    std::function<void()> abandoned;
+  };
+
+  /// `dnsServers` is the value of the texts' last item.
+  PacketHandler(Collaborators collaborators, std::string dnsServers);
+  ~PacketHandler();
+
+  /// Frames without DNS over port 53 are ignored; a frame or message that cannot be decoded is
+  /// reported to `abandoned` and nothing of it is passed on. Never throws on any input.
+  void onPacketArrives(const CapturedFrame& frame);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,126 @@
+#include "capture/PacketReaderWrapper.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include <pcap/pcap.h>
+
+#include "capture/CaptureDevice.h"
+#include "capture/RecordText.h"
+#include "platform/Network.h"
+#include "platform/ProcessLookup.h"
+
+namespace tovi {
+
+namespace {
+
+struct ListenInterface {
+  std::string name;
+  bool isLoopback;
+};
+
+/// One write a line, so that lines of several threads do not mix.
+void print(std::FILE* stream, std::string line) {
+  line += '\n';
+  std::fputs(line.c_str(), stream);
+  std::fflush(stream);
+}
+
+bool hasIpv4Address(const pcap_if_t& interface) {
+  for (const pcap_addr_t* entry = interface.addresses; entry != nullptr; entry = entry->next) {
+    if (entry->addr == nullptr || entry->addr->sa_family != AF_INET) continue;
+    const auto* address = reinterpret_cast<const sockaddr_in*>(entry->addr);
+    if (address->sin_addr.s_addr != INADDR_ANY) return true;
+  }
+  return false;
+}
+
+std::vector<ListenInterface> getListenInterfaces() {
+  print(stdout, "getListenInterfaces ***** ");
+  std::vector<ListenInterface> interfaces;
+  pcap_if_t* list = nullptr;
+  char reason[PCAP_ERRBUF_SIZE];
+  if (pcap_findalldevs(&list, reason) != 0) return interfaces;
+  for (const pcap_if_t* entry = list; entry != nullptr; entry = entry->next) {
+    if (!hasIpv4Address(*entry)) continue;
+    interfaces.push_back({entry->name, (entry->flags & PCAP_IF_LOOPBACK) != 0});
+  }
+  pcap_freealldevs(list);
+  return interfaces;
+}
+
+void appendListed(std::string& list, const std::string& entry) {
+  if (!list.empty() && !entry.empty()) list += recordtext::kListSeparator;
+  list += entry;
+}
+
+std::string dnsServerList() {
+  std::string list;
+  for (const std::string& address : platform::resolverAddresses()) {
+    if (address != "0.0.0.0") appendListed(list, address);
+  }
+  return list;
+}
+
+/// Null when the interface cannot be captured, which is told on standard error.
+std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface,
+                                          CaptureDevice::FrameHandler handler) {
+  try {
+    return std::make_unique<CaptureDevice>(interface.name, interface.isLoopback,
+                                           std::move(handler));
+  } catch (const CaptureDeviceError& error) {
+    print(stderr, error.what());
+    return nullptr;
+  }
+}
+
+bool startDevice(CaptureDevice& device) {
+  try {
+    device.start();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+PacketReaderWrapper::PacketReaderWrapper(EntryFunction entry) : entry_(std::move(entry)) {}
+
+PacketReaderWrapper::~PacketReaderWrapper() {
+  stopPcapReader();
+}
+
+std::string PacketReaderWrapper::startPcapReader() {
+  stopPcapReader();
+  const std::string dnsServers = dnsServerList();
+  std::string result;
+  for (const ListenInterface& interface : getListenInterfaces()) {
+    const auto handler = std::make_shared<PacketHandler>(
+        PacketHandler::Collaborators{.processLookup = platform::processesOfUdpPort,
+                                     .sink = entry_,
+                                     .abandoned = [] { print(stdout, "Error parsing packet "); }},
+        dnsServers);
+    auto device = openDevice(
+        interface, [handler](const CapturedFrame& frame) { handler->onPacketArrives(frame); });
+    if (!device) continue;
+    appendListed(result, dnsServers);
+    if (startDevice(*device)) devices_.push_back(std::move(device));
+  }
+  return result;
+}
+
+std::string PacketReaderWrapper::stopPcapReader() {
+  devices_.clear();
+  return "Reader stopped";
+}
+
+std::string PacketReaderWrapper::updateActiveInterfaces() {
+  stopPcapReader();
+  return startPcapReader();
+}
+
+}  // namespace tovi

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tovi {
+
+class CaptureDevice;
+
+/// Captures DNS on every interface with an IPv4 address and renders each message as one record
+/// text. Start, stop and update must not overlap; texts arrive on one capture thread an interface,
+/// in parallel, until stop has returned.
+class PacketReaderWrapper {
+ public:
+  /// Takes each record text, on the capture thread; the text is borrowed.
+  using EntryFunction = std::function<void(std::string_view recordText)>;
+
+  explicit PacketReaderWrapper(EntryFunction entry);
+  /// Stops everything as `stopPcapReader` does.
+  ~PacketReaderWrapper();
+
+  /// Returns the resolver list once for each interface that was opened, joined by ";". Interfaces
+  /// that cannot be captured are named on standard error and left out.
+  std::string startPcapReader();
+  /// Returns "Reader stopped", once no text can arrive any more.
+  std::string stopPcapReader();
+  /// Stops, then starts with the interfaces of this moment, and returns the latter's text.
+  std::string updateActiveInterfaces();
+
+ private:
+  EntryFunction entry_;
+  std::vector<std::unique_ptr<CaptureDevice>> devices_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,30 @@
+#pragma once
+
+/// The DNS record text, the one line that capture hands to the events:
+///
+///   id!4660,process!...,opcode!0,response!0,query0!example.org;A;IN,
+///   answer0!93.184.216.34;A;IN;300;example.org,flags!0;1;0;0;1;0,dnsServers!192.168.1.1
+///
+/// Items in exactly this order; "process" only for a query over UDP whose asker was found. A query
+/// is name, type, class; an answer is data, type, class, TTL, owner name; the flags are AA, RA, TC,
+/// CD, RD, AD. In every value, a byte that is not printable ASCII and each separator is written as
+/// the escape \DDD of zone files (RFC 1035, section 5.1), so that nothing captured can add, end or
+/// replace an item. In the process item, which keeps its line ends, only the key-value and the item
+/// separator and unprintable bytes are.
+namespace tovi::recordtext {
+
+inline constexpr char kKeyValueSeparator = '!';
+inline constexpr char kItemSeparator = ',';
+inline constexpr char kFieldSeparator = ';';
+inline constexpr char kListSeparator = ';';
+
+inline constexpr const char* kId = "id";
+inline constexpr const char* kProcess = "process";
+inline constexpr const char* kOpcode = "opcode";
+inline constexpr const char* kResponse = "response";
+inline constexpr const char* kQuery = "query";
+inline constexpr const char* kAnswer = "answer";
+inline constexpr const char* kFlags = "flags";
+inline constexpr const char* kDnsServers = "dnsServers";
+
+}  // namespace tovi::recordtext

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "capture/DnsMessage.h"
+
+namespace tovi {
+
+/// Writes DNS record texts (capture/RecordText.h), one after the other into the same memory. One
+/// thread.
+class RecordTextWriter {
+ public:
+  /// `dnsServers` is the value of each text's last item.
+  explicit RecordTextWriter(std::string dnsServers) : dnsServers_(std::move(dnsServers)) {}
+
+  /// Begins a new text and writes all but the process item. Throws what reading the message throws,
+  /// and std::out_of_range for a question type without a name; there is no text then.
+  void write(DnsMessage& message);
+  /// Adds the process item to the text of the last `write`, unless `processes` is blank.
+  void addProcess(std::string_view processes);
+  /// Holds until the next call.
+  std::string_view text() const { return text_; }
+
+ private:
+  void beginItem(std::string_view key);
+  void writeNumber(std::uint32_t number);
+  void writeQuestion(std::uint32_t index, const DnsQuestion& question);
+  void writeAnswer(std::uint32_t index, const DnsAnswer& answer);
+  void writeFlags(const DnsHeader& header);
+
+  const std::string dnsServers_;
+  std::string text_;
+  std::size_t endOfId_ = 0;
+};
+
+}  // namespace tovi
