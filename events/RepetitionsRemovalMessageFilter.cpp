@@ -1,0 +1,38 @@
+#include "events/RepetitionsRemovalMessageFilter.h"
+
+#include <utility>
+
+namespace tovi {
+
+static constexpr const char* kTimeoutKey = "removal_register_timeout";
+static constexpr double kDefaultTimeoutSeconds = 300.0;
+
+RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
+    std::int64_t memorySize, TimeProviderProtocol& timeProvider,
+    SavePropertyManagerProtocol& permanentVariable)
+    : timeProvider_(timeProvider),
+      permanentVariable_(permanentVariable),
+      cache_(memorySize),
+      registersTimeout_(permanentVariable.getDouble(kTimeoutKey).value_or(kDefaultTimeoutSeconds)) {
+}
+
+bool RepetitionsRemovalMessageFilter::filterResult(const std::string& key) {
+  const auto last = cache_.get(key);
+  const auto now = timeProvider_.now();
+  if (last) {
+    const double timeout = serialQueue_.sync([this] { return registersTimeout_; });
+    if (secondsBetween(*last, now) < timeout) return false;
+  }
+  cache_.set(key, now);
+  return true;
+}
+
+void RepetitionsRemovalMessageFilter::setMessageTimeoutSec(double seconds) {
+  const double previous =
+      serialQueue_.sync([&] { return std::exchange(registersTimeout_, seconds); });
+  if (previous == seconds) return;
+  logger_.debug("setMessageTimeoutSec(_:)", "Message timeout set to: ", seconds);
+  permanentVariable_.save(kTimeoutKey, PropertyValue{seconds});
+}
+
+}  // namespace tovi

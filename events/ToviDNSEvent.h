@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tovi {
+
+/// A user of the machine.
+struct User {
+  std::optional<std::string> name;
+  std::optional<std::string> fullName;
+  std::optional<std::set<std::string>> sessions;
+  bool operator==(const User&) const = default;
+};
+
+/// The host on which an exchange happened.
+struct EventSystem {
+  std::optional<std::string> name;
+  std::optional<std::vector<User>> loggedUsers;
+  std::optional<std::vector<std::string>> localAddress;
+  bool operator==(const EventSystem&) const = default;
+};
+
+/// The local process that sent a query.
+struct EventProcess {
+  std::int64_t pid = 0;
+  std::optional<std::string> name;
+  std::optional<std::string> user;
+  bool operator==(const EventProcess&) const = default;
+};
+
+struct Query {
+  std::optional<std::string> type;
+  std::optional<std::string> name;
+  std::optional<std::string> queryClass;
+  bool operator==(const Query&) const = default;
+};
+
+struct Answer {
+  std::string name;
+  std::string type;
+  std::optional<std::string> answerClass;
+  /// Seconds.
+  std::optional<std::int64_t> ttl;
+  std::string data;
+  bool operator==(const Answer&) const = default;
+};
+
+/// Bits of the DNS header (RFC 1035, section 4.1.1; RFC 4035, section 3).
+struct Flags {
+  bool authoritative = false;
+  bool recursionAvailable = false;
+  bool truncatedResponse = false;
+  bool checkingDisabled = false;
+  bool recursionDesired = false;
+  bool authenticData = false;
+  bool operator==(const Flags&) const = default;
+};
+
+struct DnsPacket {
+  /// The transaction identifier, 1 to 65535.
+  std::int64_t id = 0;
+  std::optional<std::string> opCode;
+  std::optional<std::string> responseCode;
+  std::optional<Query> question;
+  std::optional<Flags> flags;
+  std::optional<std::vector<Answer>> answers;
+  std::optional<std::vector<std::string>> queriedServers;
+  bool operator==(const DnsPacket&) const = default;
+};
+
+/// One DNS exchange, the process that asked, and the host it happened on. Shared between threads
+/// once handed on, and never changed from then.
+struct ToviDNSEvent {
+  /// When the exchange's first packet was seen: internet date-time in UTC.
+  std::optional<std::string> timestamp;
+  std::optional<std::string> version;
+  std::optional<EventSystem> system;
+  std::optional<EventProcess> process;
+  std::optional<DnsPacket> dnsPacket;
+  bool operator==(const ToviDNSEvent&) const = default;
+};
+
+using ToviDNSEventPointer = std::shared_ptr<const ToviDNSEvent>;
+
+}  // namespace tovi

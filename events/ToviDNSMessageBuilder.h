@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "capture/MessageReceivedProtocol.h"
+#include "core/SavePropertyManagerProtocol.h"
+#include "core/TimeProviderProtocol.h"
+#include "core/ToviLog.h"
+#include "events/BundleProviderProtocol.h"
+#include "events/MessageContainerProtocol.h"
+#include "events/MessagePackerProtocol.h"
+#include "events/SystemInformationProtocol.h"
+#include "events/UserInfoBuilderProtocol.h"
+
+namespace tovi {
+
+class RecordTextReader;
+
+/// Joins the record texts of a query and of its response, which share a transaction identifier,
+/// into one event. An event goes to the packer once a text with at least one answer has come; until
+/// then it waits in the container. Called from several threads at once; the texts of one exchange
+/// come from one thread.
+class ToviDNSMessageBuilder : public MessageReceivedProtocol {
+ public:
+  /// All must outlive the builder.
+  struct Collaborators {
+    MessagePackerProtocol& packer;
+    TimeProviderProtocol& timeProvider;
+    SystemInformationProtocol& systemProvider;
+    BundleProviderProtocol& bundleProvider;
+    /// Keeps the time of the last event that was begun.
+    SavePropertyManagerProtocol& variable;
+    MessageContainerProtocol& container;
+    UserInfoBuilderProtocol& userInfo;
+  };
+
+  /// Exchanges about a name in `undesireDomains` are refused; the match is exact.
+  ToviDNSMessageBuilder(const Collaborators& collaborators, std::set<std::string> undesireDomains);
+
+  void feed(std::string_view recordText) override;
+
+ private:
+  void feed(const RecordTextReader& data, std::int64_t id);
+  ToviDNSEvent pendingOrNewEvent(std::int64_t id);
+  std::string beginTimestamp();
+  /// True when the event then has a packet with a question. Throws AgentErrors.
+  bool parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event, std::int64_t id);
+  EventSystem buildSystem();
+  /// Throws AgentErrors for a question that is malformed or about an undesired domain.
+  DnsPacket buildDnsPacket(const RecordTextReader& data, std::int64_t id) const;
+  std::optional<Query> firstQuestion(const RecordTextReader& data) const;
+  Query parseQuestion(std::string_view value) const;
+  std::vector<Answer> getAnswers(const RecordTextReader& data) const;
+  std::optional<Flags> getFlags(const RecordTextReader& data) const;
+  void decide(ToviDNSEvent event, std::int64_t id);
+
+  // Constant after construction.
+  ToviLog logger_{"ToviDNSMessageBuilder", "main"};
+  MessagePackerProtocol& packer_;
+  TimeProviderProtocol& timeProvider_;
+  SystemInformationProtocol& systemProvider_;
+  BundleProviderProtocol& bundleProvider_;
+  SavePropertyManagerProtocol& variable_;
+  MessageContainerProtocol& container_;
+  UserInfoBuilderProtocol& userInfo_;
+  const std::set<std::string> undesireDomains_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,191 @@
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "core/PermanentVariablesManager.h"
+#include "events/DNSMessageContainer.h"
+#include "events/ToviDNSMessageBuilder.h"
+#include "status/SystemInformation.h"
+#include "tests/support/TestSupport.h"
+
+namespace tovi::test {
+namespace {
+
+struct CollectingPacker : MessagePackerProtocol {
+  void addMessage(ToviDNSEventPointer event) override {
+    std::lock_guard lock(mutex);
+    events.push_back(std::move(event));
+  }
+  std::mutex mutex;
+  std::vector<ToviDNSEventPointer> events;
+};
+
+struct Machine : SystemInformationProtocol, BundleProviderProtocol, UserInfoBuilderProtocol {
+  std::vector<std::string> localAddresses() override { return {"192.0.2.7"}; }
+  std::map<std::string, std::string> userNames() override { return {}; }
+  SystemInformation systemInformation() override { return {}; }
+  std::string name() const override { return "desk"; }
+  std::optional<std::string> shortVersion() const override { return version; }
+  std::vector<User> loggedUsers() override { return {User{"alice", "Alice", {}}}; }
+  std::optional<std::string> version = "2.5.0";
+};
+
+constexpr const char* kQuery =
+    "id!7,process!COMMAND PID USER FD\ncurl 512 alice 9u IPv4\n,"
+    "opcode!0,response!0,query0!example.org;A;IN,flags!0;0;0;0;1;0,"
+    "dnsServers!192.0.2.1";
+constexpr const char* kResponse =
+    "id!7,opcode!0,response!0,query0!example.org;A;IN,"
+    "answer0!alias.example.org;CNAME;IN;60;example.org,answer1!192.0.2.9;A;IN;300;"
+    "alias.example.org,flags!0;1;0;0;1;1,dnsServers!192.0.2.1;;192.0.2.2";
+
+class Builder : public testing::Test {
+ protected:
+  const ToviDNSEvent& onlyEvent() const {
+    EXPECT_EQ(packer_.events.size(), 1u);
+    return *packer_.events.at(0);
+  }
+  const DnsPacket& onlyPacket() const { return *onlyEvent().dnsPacket; }
+  std::string lastBegun() { return *variables_.getString("last_dns_event_timestamp"); }
+
+  TemporaryDirectory directory_;
+  LogRecorder log_;
+  ManualClock clock_;
+  Machine machine_;
+  CollectingPacker packer_;
+  PermanentVariablesManager variables_{directory_ / "PermanentVariables.plist"};
+  DNSMessageContainer container_{100};
+  ToviDNSMessageBuilder builder_{
+      {packer_, clock_, machine_, machine_, variables_, container_, machine_},
+      {"api.collector.test"}};
+};
+
+TEST_F(Builder, ResponseCompletesTheQueryThatWaits) {
+  builder_.feed(kQuery);
+  EXPECT_TRUE(packer_.events.empty());
+  clock_.advance(5);
+  builder_.feed(kResponse);
+
+  const auto& event = onlyEvent();
+  EXPECT_EQ(event.timestamp, "2022-01-25T17:02:52Z");
+  EXPECT_EQ(event.version, "2.5.0");
+  const EventSystem system{"desk", {{User{"alice", "Alice", {}}}}, {{"192.0.2.7"}}};
+  EXPECT_EQ(event.system, system);
+  EXPECT_EQ(event.process, (EventProcess{512, "curl", "alice"}));
+  const DnsPacket packet{
+      7,
+      "QUERY",
+      "NOERROR",
+      Query{"A", "example.org", "IN"},
+      Flags{.recursionAvailable = true, .recursionDesired = true, .authenticData = true},
+      {{{"example.org", "CNAME", "IN", 60, "alias.example.org"},
+        {"alias.example.org", "A", "IN", 300, "192.0.2.9"}}},
+      {{"192.0.2.1", "192.0.2.2"}}};
+  EXPECT_EQ(event.dnsPacket, packet);
+  EXPECT_EQ(container_.get(7), nullptr);
+}
+
+TEST_F(Builder, ResponseAloneMakesAnEventWithoutProcess) {
+  machine_.version.reset();
+  builder_.feed(kResponse);
+  EXPECT_FALSE(onlyEvent().process);
+  EXPECT_EQ(onlyEvent().version, "1.0.0.0");
+}
+
+TEST_F(Builder, ResponseWithoutAnswersStaysParkedWithItsProcess) {
+  builder_.feed(kQuery);
+  const auto parked = container_.get(7);
+  builder_.feed("id!7,opcode!0,response!3,query0!example.org;A;IN,flags!0;1;0;0;1;0");
+  EXPECT_TRUE(packer_.events.empty());
+  EXPECT_EQ(container_.get(7)->dnsPacket->responseCode, "NXDOMAIN");
+  EXPECT_EQ(container_.get(7)->process->pid, 512);
+  EXPECT_EQ(parked->dnsPacket->responseCode, "NOERROR") << "a pending event was changed in place";
+}
+
+TEST_F(Builder, TextWithoutUsableIdentifierProducesNothing) {
+  for (const char* text : {"", "id!0,query0!a;A;IN,answer0!1;A;IN;1;a", "query0!a;A;IN", "id!x1",
+                           "id!7x,query0!a;A;IN", "id!99999999999999999999,query0!a;A;IN"}) {
+    builder_.feed(text);
+  }
+  EXPECT_TRUE(packer_.events.empty());
+  EXPECT_FALSE(variables_.getString("last_dns_event_timestamp"));
+}
+
+TEST_F(Builder, CollectorsOwnDomainIsRefusedButBeginsAnEvent) {
+  builder_.feed("id!8,query0!a;A;IN,query1!api.collector.test;A;IN,answer0!1;A;IN;1;a");
+  EXPECT_EQ(log_.count("Can't parse event data: Domain found in undesired domains list"), 1);
+  EXPECT_TRUE(packer_.events.empty());
+  EXPECT_EQ(container_.get(8), nullptr);
+  EXPECT_EQ(lastBegun(), "2022-01-25T17:02:52Z");
+}
+
+TEST_F(Builder, OnlyTheExactCollectorNameIsRefused) {
+  builder_.feed("id!8,query0!API.collector.test;A;IN,answer0!192.0.2.3;A;IN;1;x");
+  builder_.feed("id!8,query0!www.api.collector.test;A;IN,answer0!192.0.2.3;A;IN;1;x");
+  EXPECT_EQ(packer_.events.size(), 2u);
+}
+
+TEST_F(Builder, RefusedTextLeavesThePendingEventToALaterResponse) {
+  builder_.feed(kQuery);
+  builder_.feed("id!7,query0!example.org;A,answer0!192.0.2.3;A;IN;1;example.org");
+  builder_.feed("id!7,opcode!0,answer0!192.0.2.3;A;IN;1;example.org");
+  EXPECT_EQ(log_.count("Can't parse event data: Error parsing data"), 1);
+  for (const char* line : {"Cant get Query", "Query not found", "Can't get event data"}) {
+    EXPECT_EQ(log_.count(line), 1) << line;
+  }
+  builder_.feed(kResponse);
+  EXPECT_EQ(onlyEvent().process->name, "curl");
+}
+
+TEST_F(Builder, EscapesStayAndMalformedAnswersAndFlagsAreLeftOut) {
+  builder_.feed(R"(id!8,query0! a\044b ;A;IN,answer0!;TXT;IN;1;a,answer1!\033;TXT;IN;soon;a,)"
+                "answer2!x;y;TXT;IN;1;a,flags!0;1;0;0;1,opcode!3");
+  EXPECT_EQ(log_.count("Cant get answers"), 2);
+  EXPECT_EQ(log_.count("Cant get flags"), 1);
+  const DnsPacket packet{
+      8,   "UNKNOWN", {}, Query{"A", R"(a\044b)", "IN"}, {}, {{{"a", "TXT", "IN", {}, R"(\033)"}}},
+      {{}}};
+  EXPECT_EQ(onlyPacket(), packet);
+}
+
+TEST_F(Builder, ProcessComesFromTheFirstRow) {
+  const std::pair<const char*, std::optional<EventProcess>> cases[] = {
+      {"COMMAND PID USER FD\nSafari  90 bob 3u IPv4\ncurl 91 eve 3u\n", {{90, "Safari", "bob"}}},
+      {"COMMAND PID USER FD\n\t dig 1 root 5u", {{1, "dig", "root"}}},
+      {"COMMAND PID USER FD", {}},
+      {"COMMAND PID USER FD\n", {}},
+      {"COMMAND PID USER FD\ndig 1 root", {}},
+      {"COMMAND PID USER FD\nmy dig 1 root 5u", {}},
+      {"COMMAND PID USER FD\n\ndig 1 root 5u", {}},
+  };
+  for (const auto& [text, process] : cases) {
+    builder_.feed("id!9,process!" + std::string(text) + ",query0!a;A;IN");
+    EXPECT_EQ(container_.get(9)->process, process) << text;
+    container_.remove(9);
+  }
+}
+
+TEST_F(Builder, ThreadsFeedDifferentExchangesAtOnce) {
+  constexpr int kThreads = 4;
+  constexpr int kExchanges = 20;
+  const auto feedAll = [this](int thread) {
+    for (int i = 0; i < kExchanges; ++i) {
+      const auto id = "id!" + std::to_string(1 + thread * kExchanges + i);
+      builder_.feed(id + ",process!h\nc 5 u 3u,query0!a;A;IN");
+      builder_.feed(id + ",query0!a;A;IN,answer0!1;A;IN;1;a");
+    }
+  };
+  std::vector<std::jthread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) threads.emplace_back(feedAll, thread);
+  threads.clear();
+
+  std::set<std::int64_t> ids;
+  for (const auto& event : packer_.events) {
+    ids.insert(event->dnsPacket->id);
+    EXPECT_TRUE(event->process);
+  }
+  EXPECT_EQ(ids.size(), std::size_t{kThreads * kExchanges});
+}
+
+}  // namespace
+}  // namespace tovi::test

@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include "events/DNSMessageContainer.h"
+#include "events/LRUCache.h"
+
+namespace tovi {
+namespace {
+
+using Cache = LRUCache<std::string, int>;
+
+TEST(LRUCache, LeastRecentlyUsedEntryMakesRoom) {
+  Cache cache(2);
+  cache.set("a", 1);
+  cache.set("b", 2);
+  EXPECT_EQ(cache.get("a"), 1);
+  cache.set("c", 3);
+  EXPECT_EQ(cache.get("b"), std::nullopt);
+  cache.set("a", 10);
+  cache.set("d", 4);
+  EXPECT_EQ(cache.get("a"), 10);
+  EXPECT_EQ(cache.get("c"), std::nullopt) << "replacing counts as use";
+}
+
+TEST(LRUCache, WithoutRoomNothingIsRemembered) {
+  for (const int size : {0, -1}) {
+    Cache cache(size);
+    cache.set("a", 1);
+    EXPECT_EQ(cache.get("a"), std::nullopt);
+  }
+}
+
+TEST(LRUCache, HoldsAndFreesManyEntries) {
+  constexpr int kMany = 300000;
+  LRUCache<int, int> cache(kMany);
+  for (int i = 0; i < kMany; ++i) cache.set(i, i);
+  cache.remove(kMany / 2);
+  cache.set(kMany, kMany);
+  EXPECT_EQ(cache.get(kMany / 2), std::nullopt);
+  EXPECT_EQ(cache.get(0), 0) << "the removed entry had left room";
+  cache.set(kMany + 1, 0);
+  EXPECT_EQ(cache.get(1), std::nullopt);
+}
+
+TEST(DNSMessageContainer, DropsTheEventThatWasSetLongestAgo) {
+  DNSMessageContainer container(2);
+  const auto event = std::make_shared<const ToviDNSEvent>();
+  container.set(1, event);
+  container.set(2, event);
+  EXPECT_EQ(container.get(1), event);
+  container.set(3, event);
+  EXPECT_EQ(container.get(1), nullptr);
+  EXPECT_EQ(container.get(2), event);
+  container.remove(2);
+  EXPECT_EQ(container.get(2), nullptr);
+}
+
+}  // namespace
+}  // namespace tovi

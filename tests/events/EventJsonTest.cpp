@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include "events/EventJson.h"
+
+namespace tovi {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFullEvent =
+    R"({"timestamp":"2022-01-25T17:02:52Z","version":"1.0.0.0","system":{"name":"mac-01",)"
+    R"("logged_users":[{"name":"alice","full_name":"Alice Example","sessions":["s1","s2"]}],)"
+    R"("local_address":["192.168.1.20"]},"process":{"pid":512,"name":"Safari","user":"alice"},)"
+    R"("dns_packet":{"id":4660,"op_code":"QUERY","response_code":"NOERROR","question":)"
+    R"({"type":"A","name":"a\\044b.org","query_class":"IN"},"flags":{"authoritative":false,)"
+    R"("recursion_available":true,"truncated_response":false,"checking_disabled":false,)"
+    R"("recursion_desired":true,"authentic_data":false},"answers":[{"name":"example.org",)"
+    R"("type":"A","answer_class":"IN","ttl":4294967295,"data":"93.184.216.34"},)"
+    R"({"name":"example.org","type":"TXT","data":"\"x\""}],"queried_servers":[]}})";
+
+// A full event with one member replaced.
+Json fullEventWith(const char* pointer, Json value) {
+  auto json = Json::parse(kFullEvent);
+  json[Json::json_pointer(pointer)] = std::move(value);
+  return json;
+}
+
+TEST(EventJson, FullEventSurvivesDecodingAndEncodingUnchanged) {
+  EXPECT_EQ(jsonText(Json::parse(kFullEvent).get<ToviDNSEvent>()), kFullEvent);
+}
+
+TEST(EventJson, EmptyEventIsAnEmptyObject) {
+  EXPECT_EQ(jsonText({}), "{}");
+  EXPECT_EQ(Json::parse("{}").get<ToviDNSEvent>(), ToviDNSEvent{});
+}
+
+TEST(EventJson, BytesThatAreNoUtf8AreReplaced) {
+  ToviDNSEvent event;
+  event.version = "a\xff";
+  EXPECT_EQ(jsonText(event), "{\"version\":\"a\xEF\xBF\xBD\"}");
+}
+
+TEST(EventJson, MissingRequiredMemberIsRefused) {
+  for (const char* pointer : {"/process/pid", "/dns_packet/id", "/dns_packet/flags/authoritative",
+                              "/dns_packet/flags/authentic_data", "/dns_packet/answers/0/name",
+                              "/dns_packet/answers/0/type", "/dns_packet/answers/0/data"}) {
+    const Json::json_pointer member(pointer);
+    auto json = Json::parse(kFullEvent);
+    json[member.parent_pointer()].erase(member.back());
+    EXPECT_THROW(json.get<ToviDNSEvent>(), nlohmann::json::exception) << pointer;
+  }
+}
+
+TEST(EventJson, MemberOfAnotherTypeIsRefused) {
+  const std::pair<const char*, Json> cases[] = {
+      {"/timestamp", 5},
+      {"/version", nullptr},
+      {"/system", "mac"},
+      {"/system/logged_users", Json::object()},
+      {"/system/local_address", {1}},
+      {"/process/pid", 5.5},
+      {"/process/pid", true},
+      {"/dns_packet/id", 18446744073709551615u},
+      {"/dns_packet/question", Json::array()},
+      {"/dns_packet/flags/authoritative", 1},
+      {"/dns_packet/answers/0/ttl", "60"},
+  };
+  for (const auto& [pointer, value] : cases) {
+    EXPECT_THROW(fullEventWith(pointer, value).get<ToviDNSEvent>(), nlohmann::json::exception)
+        << pointer << " " << value;
+  }
+}
+
+}  // namespace
+}  // namespace tovi

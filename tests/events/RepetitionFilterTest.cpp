@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+
+#include "core/PermanentVariablesManager.h"
+#include "events/RepetitionsRemovalMessageFilter.h"
+#include "tests/support/TestSupport.h"
+
+namespace tovi::test {
+namespace {
+
+class RepetitionFilter : public testing::Test {
+ protected:
+  bool keptAfter(double seconds, const std::string& name = "example.org") {
+    clock_.advance(seconds);
+    return filter_.filterResult(name);
+  }
+
+  TemporaryDirectory directory_;
+  LogRecorder log_;
+  ManualClock clock_;
+  PermanentVariablesManager variables_{directory_ / "PermanentVariables.plist"};
+  RepetitionsRemovalMessageFilter filter_{2, clock_, variables_};
+};
+
+TEST_F(RepetitionFilter, IntervalRunsFromTheLastTimeLetThrough) {
+  EXPECT_TRUE(keptAfter(0));
+  EXPECT_FALSE(keptAfter(120));
+  EXPECT_FALSE(keptAfter(179.5));
+  EXPECT_TRUE(keptAfter(0.5)) << "exactly the interval";
+  EXPECT_FALSE(keptAfter(299));
+}
+
+TEST_F(RepetitionFilter, EvictedNameIsNew) {
+  for (const char* name : {"a", "b", "B"}) EXPECT_TRUE(keptAfter(0, name));
+  EXPECT_FALSE(keptAfter(0, "B"));
+  EXPECT_TRUE(keptAfter(0, "a"));
+}
+
+TEST_F(RepetitionFilter, NewIntervalHoldsAtOnceAndAfterARestart) {
+  EXPECT_TRUE(keptAfter(0));
+  filter_.setMessageTimeoutSec(10);
+  EXPECT_EQ(log_.count("Message timeout set to: 10.0"), 1);
+  EXPECT_TRUE(keptAfter(10));
+
+  RepetitionsRemovalMessageFilter restarted(2, clock_, variables_);
+  EXPECT_TRUE(restarted.filterResult("a"));
+  clock_.advance(10);
+  EXPECT_TRUE(restarted.filterResult("a"));
+}
+
+TEST_F(RepetitionFilter, PresentIntervalChangesNothing) {
+  filter_.setMessageTimeoutSec(300);
+  EXPECT_FALSE(log_.hasPrefix("Message timeout"));
+  EXPECT_FALSE(variables_.getDouble("removal_register_timeout"));
+}
+
+}  // namespace
+}  // namespace tovi::test
