@@ -1,0 +1,74 @@
+#include "pipeline/CryptoDataProtector.h"
+
+#include <algorithm>
+#include <span>
+#include <stdexcept>
+
+#include <sodium.h>
+
+namespace tovi {
+
+// A sealed payload is: nonce (12 bytes), ciphertext (as long as the plain bytes), tag (16 bytes).
+// The nonce is drawn anew for every seal; there is no associated data.
+static constexpr std::size_t kNonceSize = crypto_aead_chacha20poly1305_ietf_NPUBBYTES;
+static constexpr std::size_t kTagSize = crypto_aead_chacha20poly1305_ietf_ABYTES;
+
+static constexpr const char* kKeyAccount = "tovi_agent_key";
+
+static unsigned char* raw(std::byte* bytes) {
+  return reinterpret_cast<unsigned char*>(bytes);
+}
+static const unsigned char* raw(const std::byte* bytes) {
+  return reinterpret_cast<const unsigned char*>(bytes);
+}
+
+CryptoDataProtector::CryptoDataProtector(PersistenceDataProtocol& permanentDataManager) {
+  if (sodium_init() < 0) fatalError("Error loading cipher library");
+  if (!readKey(permanentDataManager)) createKey(permanentDataManager);
+}
+
+CryptoDataProtector::~CryptoDataProtector() {
+  sodium_memzero(key_.data(), key_.size());
+}
+
+bool CryptoDataProtector::readKey(const PersistenceDataProtocol& permanentDataManager) {
+  auto item = permanentDataManager.read(kKeyAccount);
+  if (!item) return false;
+  const bool isKey = item->size() == key_.size();
+  if (isKey) std::copy_n(raw(item->data()), key_.size(), key_.begin());
+  sodium_memzero(item->data(), item->size());
+  if (!isKey) logger_.error("init(permanentDataManager:)", "Wrong key size. Recreating key.");
+  return isKey;
+}
+
+void CryptoDataProtector::createKey(PersistenceDataProtocol& permanentDataManager) {
+  crypto_aead_chacha20poly1305_ietf_keygen(key_.data());
+  logger_.debug("init(permanentDataManager:)", "Saving key...");
+  permanentDataManager.save(std::as_bytes(std::span(key_)), kKeyAccount);
+}
+
+Bytes CryptoDataProtector::encrypt(ByteView plain) const {
+  Bytes sealed(kNonceSize + plain.size() + kTagSize);
+  unsigned char* nonce = raw(sealed.data());
+  randombytes_buf(nonce, kNonceSize);
+  if (crypto_aead_chacha20poly1305_ietf_encrypt(nonce + kNonceSize, nullptr, raw(plain.data()),
+                                                plain.size(), nullptr, 0, nullptr, nonce,
+                                                key_.data()) != 0) {
+    throw std::runtime_error("payload cannot be sealed");
+  }
+  return sealed;
+}
+
+Bytes CryptoDataProtector::decrypt(ByteView sealed) const {
+  if (sealed.size() < kNonceSize + kTagSize) throw std::runtime_error("sealed payload too short");
+  Bytes plain(sealed.size() - kNonceSize - kTagSize);
+  const unsigned char* nonce = raw(sealed.data());
+  if (crypto_aead_chacha20poly1305_ietf_decrypt(raw(plain.data()), nullptr, nullptr,
+                                                nonce + kNonceSize, sealed.size() - kNonceSize,
+                                                nullptr, 0, nonce, key_.data()) != 0) {
+    throw std::runtime_error("sealed payload does not verify");
+  }
+  return plain;
+}
+
+}  // namespace tovi

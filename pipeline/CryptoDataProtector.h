@@ -1,0 +1,36 @@
+#pragma once
+
+#include <array>
+
+#include <sodium/crypto_aead_chacha20poly1305.h>
+
+#include "core/ToviLog.h"
+#include "pipeline/CryptoDataProtectorProtocol.h"
+
+namespace tovi {
+
+/// Seals payloads with ChaCha20-Poly1305 (RFC 8439) under the installation's key, which is made at
+/// the first start and kept as a secret item. A stored item that is no key is replaced; what was
+/// sealed before can then not be opened any more. Any thread.
+class CryptoDataProtector : public CryptoDataProtectorProtocol {
+ public:
+  /// `permanentDataManager` is used only during construction.
+  explicit CryptoDataProtector(PersistenceDataProtocol& permanentDataManager);
+  ~CryptoDataProtector() override;
+  CryptoDataProtector(const CryptoDataProtector&) = delete;
+  CryptoDataProtector& operator=(const CryptoDataProtector&) = delete;
+
+  Bytes encrypt(ByteView plain) const override;
+  Bytes decrypt(ByteView sealed) const override;
+
+ private:
+  bool readKey(const PersistenceDataProtocol& permanentDataManager);
+  void createKey(PersistenceDataProtocol& permanentDataManager);
+
+  ToviLog logger_{"CryptoDataProtector", "main"};
+
+  // Constant after construction.
+  std::array<unsigned char, crypto_aead_chacha20poly1305_ietf_KEYBYTES> key_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "core/PersistenceDataProtocol.h"
+
+namespace tovi {
+
+/// Seals and opens payloads. Any thread.
+class CryptoDataProtectorProtocol {
+ public:
+  virtual ~CryptoDataProtectorProtocol() = default;
+  /// Throws std::runtime_error when the cipher fails.
+  virtual Bytes encrypt(ByteView plain) const = 0;
+  /// Throws std::runtime_error for bytes that are no sealed payload, or sealed with another key.
+  virtual Bytes decrypt(ByteView sealed) const = 0;
+};
+
+}  // namespace tovi

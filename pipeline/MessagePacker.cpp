@@ -1,0 +1,81 @@
+#include "pipeline/MessagePacker.h"
+
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+namespace tovi {
+
+static constexpr const char* kBatchSizeKey = "dns_batch_size";
+static constexpr const char* kBatchDelayKey = "dns_batch_max_delay";
+
+/// The name on which repetitions are recognised; null when the event asks nothing.
+static const std::string* questionName(const ToviDNSEvent& event) {
+  if (!event.dnsPacket || !event.dnsPacket->question) return nullptr;
+  const auto& name = event.dnsPacket->question->name;
+  return name ? &*name : nullptr;
+}
+
+MessagePacker::MessagePacker(SavePropertyManagerProtocol& permanentVariable,
+                             MessagePersistenceProtocol& persistence,
+                             TimeProviderProtocol& timeProvider,
+                             const GetPropertyManagerProtocol& properties,
+                             MessageFilterProtocol& filter)
+    : permanentVariable_(permanentVariable),
+      persistence_(persistence),
+      timeProvider_(timeProvider),
+      properties_(properties),
+      filter_(filter),
+      batchSize_(permanentVariable.getInt(kBatchSizeKey).value_or(20)),
+      timeOutSec_(permanentVariable.getDouble(kBatchDelayKey).value_or(50.0)),
+      previousMessageTimestamp_(timeProvider.now()) {}
+
+void MessagePacker::addMessage(ToviDNSEventPointer event) {
+  permanentVariable_.increment("dns_events_count");
+  serialQueue_.sync([&] { appendUnlessRepeated(std::move(event)); });
+  closeBatchIfDue();
+}
+
+void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
+  const auto* name = questionName(*event);
+  if (name && filter_.filterResult(*name)) messageContainer_.push_back(std::move(event));
+}
+
+void MessagePacker::closeBatchIfDue() {
+  const auto batch = serialQueue_.sync([&] { return takeBatchIfDue(); });
+  if (batch) persistence_.saveMessage(encoded(*batch));
+}
+
+std::optional<DNSEvents> MessagePacker::takeBatchIfDue() {
+  const Date now = timeProvider_.now();
+  const bool full = std::cmp_greater_equal(messageContainer_.size(), batchSize_.load());
+  if (!full && secondsBetween(previousMessageTimestamp_, now) < timeOutSec_) return std::nullopt;
+  previousMessageTimestamp_ = now;
+  if (messageContainer_.empty()) return std::nullopt;
+  return DNSEvents{timeProvider_.currentTime(),
+                   properties_.getString("dns_message_version").value_or("1.0.0.0"),
+                   std::exchange(messageContainer_, {})};
+}
+
+std::string MessagePacker::encoded(const DNSEvents& batch) const {
+  try {
+    return jsonText(batch);
+  } catch (const nlohmann::json::exception& error) {
+    logger_.error("closeBatchIfDue()", "Error encoding batch: ", error.what());
+    return {};
+  }
+}
+
+void MessagePacker::setBatchSize(std::int64_t events) {
+  if (batchSize_.exchange(events) != events) {
+    permanentVariable_.save(kBatchSizeKey, PropertyValue{events});
+  }
+}
+
+void MessagePacker::setBatchDelay(double seconds) {
+  if (timeOutSec_.exchange(seconds) != seconds) {
+    permanentVariable_.save(kBatchDelayKey, PropertyValue{seconds});
+  }
+}
+
+}  // namespace tovi

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <optional>
+#include <vector>
+
+#include "core/MessagePersistenceProtocol.h"
+#include "core/SavePropertyManagerProtocol.h"
+#include "core/SerialQueue.h"
+#include "core/TimeProviderProtocol.h"
+#include "core/ToviLog.h"
+#include "events/MessageFilterProtocol.h"
+#include "events/MessagePackerProtocol.h"
+#include "pipeline/DNSEvents.h"
+#include "pipeline/PackerPropertiesSetProtocol.h"
+
+namespace tovi {
+
+/// Closes events into batches and hands them to the message store. The open batch is in memory
+/// only: its events are lost when the process ends. The collaborators are borrowed and must outlive
+/// it; the filter is called by one thread at a time. Any thread.
+class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetProtocol {
+ public:
+  MessagePacker(SavePropertyManagerProtocol& permanentVariable,
+                MessagePersistenceProtocol& persistence, TimeProviderProtocol& timeProvider,
+                const GetPropertyManagerProtocol& properties, MessageFilterProtocol& filter);
+
+  void addMessage(ToviDNSEventPointer event) override;
+  /// Hands the open batch to the store when it is full or its delay has passed, on this thread.
+  void closeBatchIfDue();
+
+  void setBatchSize(std::int64_t events) override;
+  void setBatchDelay(double seconds) override;
+
+ private:
+  void appendUnlessRepeated(ToviDNSEventPointer event);
+  std::optional<DNSEvents> takeBatchIfDue();
+  std::string encoded(const DNSEvents& batch) const;
+
+  // Constant after construction.
+  ToviLog logger_{"MessagePacker", "main"};
+  SavePropertyManagerProtocol& permanentVariable_;
+  MessagePersistenceProtocol& persistence_;
+  TimeProviderProtocol& timeProvider_;
+  const GetPropertyManagerProtocol& properties_;
+  MessageFilterProtocol& filter_;
+
+  std::atomic<std::int64_t> batchSize_;
+  std::atomic<double> timeOutSec_;
+
+  // Only on the queue.
+  std::vector<ToviDNSEventPointer> messageContainer_;
+  Date previousMessageTimestamp_;
+
+  SerialQueue serialQueue_{"io.messagepacker.serialqueue"};
+};
+
+}  // namespace tovi

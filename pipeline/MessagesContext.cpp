@@ -1,0 +1,98 @@
+#include "pipeline/MessagesContext.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tovi {
+
+// A reply to the companion carries identifiers as text: one that is no printable ASCII is none.
+static std::optional<std::string> usableId(std::optional<std::string> id) {
+  const auto isPrintable = [](char c) { return c >= ' ' && c <= '~'; };
+  if (id && !std::all_of(id->begin(), id->end(), isPrintable)) return std::nullopt;
+  return id;
+}
+
+MessagesContext::MessagesContext(SqliteDatabase& database)
+    : database_(database),
+      fetchByState_(database,
+                    "SELECT rowid, id, state, lastUpdate FROM Messages WHERE state = ? "
+                    "ORDER BY lastUpdate, rowid LIMIT ?"),
+      fetchById_(database,
+                 "SELECT rowid, id, state, lastUpdate FROM Messages WHERE id = ? "
+                 "ORDER BY rowid LIMIT ?"),
+      fetchPayload_(database, "SELECT data FROM Messages WHERE rowid = ?"),
+      insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
+      update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
+      remove_(database, "DELETE FROM Messages WHERE id = ?") {}
+
+std::vector<Messages> MessagesContext::fetch(DeliveryState state) {
+  fetchByState_.bind(1, static_cast<std::int64_t>(state));
+  return records(fetchByState_);
+}
+
+std::vector<Messages> MessagesContext::fetch(const std::string& id) {
+  fetchById_.bind(1, id);
+  return records(fetchById_);
+}
+
+std::vector<Messages> MessagesContext::records(SqliteStatement& fetch) {
+  std::vector<Messages> records;
+  fetch.bind(2, std::int64_t{kFetchLimit});
+  fetch.run([&] {
+    records.push_back({fetch.integer(0), usableId(fetch.text(1)),
+                       static_cast<DeliveryState>(fetch.integer(2)), fetch.real(3)});
+  });
+  return records;
+}
+
+std::optional<Bytes> MessagesContext::payload(const Messages& record) {
+  std::optional<Bytes> payload;
+  fetchPayload_.bind(1, record.row);
+  fetchPayload_.run([&] { payload = fetchPayload_.blob(0); });
+  return payload;
+}
+
+void MessagesContext::insert(std::string id, Bytes payload, double lastUpdate) {
+  insertions_.push_back({std::move(id), std::move(payload), lastUpdate});
+}
+
+void MessagesContext::update(const Messages& record) {
+  updates_.push_back(record);
+}
+
+void MessagesContext::remove(const std::string& id) {
+  remove_.bind(1, id);
+  remove_.run();
+}
+
+void MessagesContext::save() {
+  const auto updates = std::exchange(updates_, {});
+  database_.transaction([&] {
+    for (const auto& message : insertions_) write(message);
+    for (const auto& record : updates) write(record);
+  });
+  insertions_.clear();
+}
+
+bool MessagesContext::dropExcessInsertion() {
+  if (insertions_.size() <= kMaxUnsavedInsertions) return false;
+  insertions_.pop_front();
+  return true;
+}
+
+void MessagesContext::write(const Insertion& message) {
+  insert_.bind(1, message.id);
+  insert_.bind(2, ByteView(message.payload));
+  insert_.bind(3, static_cast<std::int64_t>(DeliveryState::Pending));
+  insert_.bind(4, std::optional(message.lastUpdate));
+  insert_.run();
+}
+
+void MessagesContext::write(const Messages& record) {
+  update_.bind(1, static_cast<std::int64_t>(record.state));
+  update_.bind(2, record.lastUpdate);
+  update_.bind(3, record.row);
+  update_.run();
+}
+
+}  // namespace tovi

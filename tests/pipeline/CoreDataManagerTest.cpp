@@ -1,0 +1,63 @@
+#include "pipeline/CoreDataManager.h"
+#include "tests/pipeline/PipelineSupport.h"
+
+namespace tovi::test {
+namespace {
+
+class Store : public Pipeline, public testing::WithParamInterface<std::vector<std::string>> {
+ protected:
+  static std::string count(CoreDataManager store) {
+    return store.persistentContainer().text("SELECT count(*) FROM Messages");
+  }
+  static CoreDataManager withMessage(CoreDataManager store) {
+    store.persistentContainer().execute("INSERT INTO Messages VALUES('1', x'00', 1, 0.0)");
+    return store;
+  }
+
+  const std::filesystem::path path_ = directory_ / "store";
+};
+
+TEST_F(Store, SurvivesARestartAndIsClosedToOthers) {
+  EXPECT_EQ(withMessage(openStore()).persistentContainer().text("PRAGMA synchronous"), "2");
+  EXPECT_EQ(count(openStore()), "1");
+  EXPECT_EQ(std::filesystem::status(path_).permissions(), std::filesystem::perms::owner_all);
+  EXPECT_FALSE(log_.hasPrefix("Error loading DB"));
+}
+
+// What is wrong, what is logged about it, and the statement or else the command that causes it.
+const std::vector<std::string> kDamages[] = {
+    {"AnotherProgram", "file is not a message store", "PRAGMA application_id=1"},
+    {"NewerVersion", "message store is of another version", "PRAGMA user_version=2"},
+    {"AnotherColumn", "message store has another", "ALTER TABLE Messages ADD COLUMN extra"},
+    {"CutOff", "database disk image is malformed", "", "truncate -s 8192 $F"},
+    {"Garbage", "file is not a database", "", "yes | head -c 9999 >$F"},
+    {"GarbagePage", "", "", "yes | dd bs=4096 seek=1 count=1 conv=notrunc of=$F 2>/dev/null"},
+    {"FileIsLink", "unable to open database file", "", "mv $F moved; ln -s ../moved $F"},
+    {"DirectoryIsFile", "Not a directory", "", "rm -r store; echo >store"},
+    {"DirectoryIsLink", "Not a directory", "", "mv store moved; ln -s moved store"},
+};
+
+TEST_P(Store, ThatIsDamagedIsReplacedByAnEmptyOne) {
+  const auto& damage = GetParam();
+  withMessage(openStore()).persistentContainer().execute(damage[2]);
+  const std::string command = damage.size() > 3 ? damage[3] : "true";
+  platform::runProgram("/bin/sh", {"-c", "cd " + directory_.path().string() +
+                                             "; F=store/MessageModel.sqlite; " + command});
+  EXPECT_EQ(count(openStore()), "0");
+  EXPECT_TRUE(log_.hasPrefix("Error loading DB, deleting previous data. Error: " + damage[1]));
+  EXPECT_EQ(log_.messages().back(), "Deleting db " + path_.string());
+  EXPECT_EQ(count(withMessage(openStore())), "1");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Store, testing::ValuesIn(kDamages),
+                         [](const auto& damage) { return damage.param[0]; });
+
+TEST_F(Store, ThatCannotBeReplacedLeavesAWorkingThrowAwayStore) {
+  writeFile(path_, "text");
+  CommandExecutor executor([](const auto&, const auto&) { return ""; });
+  EXPECT_EQ(count(withMessage(CoreDataManager(path_, executor, false))), "1");
+  EXPECT_EQ(log_.messages().back(), "Second try fail. Error: Not a directory");
+}
+
+}  // namespace
+}  // namespace tovi::test

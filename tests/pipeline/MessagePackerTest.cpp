@@ -1,0 +1,88 @@
+#include <thread>
+
+#include "pipeline/MessagePacker.h"
+#include "tests/pipeline/PipelineSupport.h"
+
+namespace tovi::test {
+namespace {
+
+struct CollectingStore : MessagePersistenceProtocol {
+  void saveMessage(const std::string& text) override {
+    std::lock_guard lock(mutex);
+    texts.push_back(text);
+  }
+  std::map<std::string, std::string> getNewMessages() override { return {}; }
+  void messageDeliveryState(const std::string&, bool) override {}
+  std::mutex mutex;
+  std::vector<std::string> texts;
+};
+
+struct NameRefusingFilter : MessageFilterProtocol {
+  bool filterResult(const std::string& key) override { return key != "repeated"; }
+};
+
+class Packer : public Pipeline {
+ protected:
+  void add(int count, const std::string& name = "a") {
+    for (int i = 0; i < count; ++i) packer_.addMessage(eventNamed(name));
+  }
+  std::size_t batchesAfter(double seconds) {
+    clock_.advance(seconds);
+    packer_.closeBatchIfDue();
+    return store_.texts.size();
+  }
+
+  CollectingStore store_;
+  NameRefusingFilter filter_;
+  MessagePacker packer_{variables_, store_, clock_, settings_, filter_};
+};
+
+TEST_F(Packer, TwentiethEventClosesTheBatch) {
+  add(19);
+  EXPECT_EQ(batchesAfter(0), 0u);
+  add(2, "b");
+  ASSERT_EQ(batchesAfter(0), 1u);
+  EXPECT_EQ(namesIn(store_.texts[0]), "a a a a a a a a a a a a a a a a a a a b ");
+  EXPECT_TRUE(store_.texts[0].starts_with(
+      R"({"date":"2022-01-25T17:02:52Z","version":"1.0.0.0","events_data":[{)"));
+}
+
+TEST_F(Packer, BatchClosesByAgeAndEveryDueCheckRestartsTheDelay) {
+  EXPECT_EQ(batchesAfter(50), 0u);
+  add(3);
+  EXPECT_EQ(batchesAfter(49), 0u);
+  ASSERT_EQ(batchesAfter(1), 1u);
+  EXPECT_EQ(namesIn(store_.texts[0]), "a a a ");
+}
+
+TEST_F(Packer, EveryOfferedEventCountsButOnlyNewOnesArePacked) {
+  packer_.setBatchSize(1);
+  add(1, "repeated");
+  packer_.addMessage(std::make_shared<const ToviDNSEvent>());
+  EXPECT_EQ(batchesAfter(50), 0u);
+  EXPECT_EQ(variables_.getInt("dns_events_count"), 2);
+}
+
+TEST_F(Packer, OnlyChangedSettingsAreStored) {
+  packer_.setBatchSize(20);
+  packer_.setBatchDelay(50.0);
+  EXPECT_EQ(variables_.getAll().size(), 0u);
+  packer_.setBatchSize(2);
+  packer_.setBatchDelay(5.0);
+  EXPECT_EQ(variables_.getInt("dns_batch_size"), 2);
+  EXPECT_EQ(variables_.getDouble("dns_batch_max_delay"), 5.0);
+}
+
+TEST_F(Packer, EventsOfSeveralThreadsAreAllPacked) {
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 4; ++i) threads.emplace_back([this] { add(50); });
+  packer_.setBatchSize(7);
+  threads.clear();
+  batchesAfter(50);
+  std::string names;
+  for (const auto& text : store_.texts) names += namesIn(text);
+  EXPECT_EQ(names.size(), 2 * 200u);
+}
+
+}  // namespace
+}  // namespace tovi::test

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/KeychainHelper.h"
+#include "core/PermanentVariablesManager.h"
+#include "core/SettingsHandler.h"
+#include "events/CommandExecutor.h"
+#include "pipeline/CoreDataManager.h"
+#include "pipeline/DNSEvents.h"
+#include "platform/ChildProcess.h"
+#include "tests/support/TestSupport.h"
+
+namespace tovi::test {
+
+inline ToviDNSEventPointer eventNamed(const std::string& name) {
+  ToviDNSEvent event;
+  event.dnsPacket.emplace().question = Query{"A", name, "IN"};
+  return std::make_shared<const ToviDNSEvent>(event);
+}
+
+inline std::string batchOf(const std::string& name) {
+  return jsonText(DNSEvents{"2022-01-25T17:02:52Z", "1.0.0.0", {eventNamed(name)}});
+}
+
+/// The question names of a batch text, each followed by a space.
+inline std::string namesIn(const std::string& text) {
+  std::string names;
+  for (const auto& event : dnsEventsFrom(text).eventsData) {
+    names += *event->dnsPacket->question->name + " ";
+  }
+  return names;
+}
+
+/// What the parts of the pipeline are given, and a store that removes what it cannot open with the
+/// system's own rm.
+class Pipeline : public testing::Test {
+ protected:
+  CoreDataManager openStore() {
+    CommandExecutor executor([](const auto& path, const auto& arguments) {
+      return platform::runProgram(path, arguments);
+    });
+    return CoreDataManager(directory_ / "store", executor, false);
+  }
+
+  LogRecorder log_;
+  TemporaryDirectory directory_;
+  ManualClock clock_;
+  SettingsHandler settings_{{}};
+  KeychainHelper keychain_{directory_.path(), "ToviAgent"};
+  PermanentVariablesManager variables_{directory_ / "PermanentVariables.plist"};
+};
+
+}  // namespace tovi::test
