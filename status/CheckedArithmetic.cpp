@@ -1,0 +1,25 @@
+#include "status/CheckedArithmetic.h"
+
+#include "core/ToviLog.h"
+
+namespace tovi {
+
+std::int64_t incremented(std::int64_t value) {
+  if (value == INT64_MAX) fatalError("A counter overflows");
+  return value + 1;
+}
+
+std::int64_t multiplied(std::int64_t left, std::int64_t right) {
+  std::int64_t product = 0;
+  if (__builtin_mul_overflow(left, right, &product)) fatalError("A product overflows");
+  return product;
+}
+
+std::int64_t truncated(double value) {
+  constexpr double kLimit = 9223372036854775808.0;  // 2^63, the first double that does not fit
+  // Written so that NaN fails as well.
+  if (!(value >= -kLimit && value < kLimit)) fatalError("A number does not fit an integer");
+  return static_cast<std::int64_t>(value);
+}
+
+}  // namespace tovi

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tovi {
+
+/// Where the status side asks about the machine; each function may be called from any thread.
+struct HostFacts {
+  std::function<std::optional<std::string>()> localizedName;
+  std::function<std::string()> hostName;
+  std::function<std::optional<std::string>()> operatingSystemVersion;
+  std::function<std::optional<std::string>()> operatingSystemName;
+  std::function<std::optional<std::string>()> architecture;
+  std::function<std::string()> globallyUniqueText;
+  /// Seconds since boot.
+  std::function<double()> uptime;
+  std::function<std::optional<std::string>()> loggedInUserName;
+  std::function<std::vector<std::string>()> localAddresses;
+  /// The program that answers questions about accounts.
+  std::string directoryServicePath;
+};
+
+}  // namespace tovi

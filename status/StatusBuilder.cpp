@@ -1,0 +1,78 @@
+#include "status/StatusBuilder.h"
+
+#include <nlohmann/json.hpp>
+
+#include "status/CheckedArithmetic.h"
+#include "status/StatusJson.h"
+
+namespace tovi {
+
+StatusBuilder::StatusBuilder(const BundleProviderProtocol& bundleProvider,
+                             const TimeProviderProtocol& timeProvider,
+                             const SavePropertyManagerProtocol& variables,
+                             const StatusDaemonProtocol& daemonState,
+                             const GetPropertyManagerProtocol& properties,
+                             SystemInformationProtocol& systemProvider)
+    : bundleProvider_(bundleProvider),
+      timeProvider_(timeProvider),
+      variables_(variables),
+      daemonState_(daemonState),
+      properties_(properties),
+      systemProvider_(systemProvider) {}
+
+std::string StatusBuilder::buildStatusMessage() {
+  StatusMessage message;
+  message.active = daemonState_.agentState() == AgentState::active;
+  message.agentVersion = bundleProvider_.shortVersion().value_or("1.0.0.0");
+  message.version = properties_.getString("status_message_version");
+  message.currentTime = timeProvider_.currentTime();
+  message.settings = settings();
+  message.system = systemProvider_.systemInformation();
+  message.stats = stats();
+  try {
+    return jsonText(message);
+  } catch (const nlohmann::json::exception&) {
+    return {};
+  }
+}
+
+AgentSettings StatusBuilder::settings() const {
+  AgentSettings settings;
+  settings.dnsBatchMaxDelaySeconds = truncatedVariable("dns_batch_max_delay", 50.0);
+  settings.dnsBatchSize = variables_.getInt("dns_batch_size").value_or(20);
+  settings.pollingIntervalMinutes = truncatedVariable("polling_interval_seconds", 900.0) / 60;
+  settings.messageTimeoutSeconds = truncatedVariable("removal_register_timeout", 300.0);
+  return settings;
+}
+
+std::int64_t StatusBuilder::truncatedVariable(std::string_view key, double fallback) const {
+  return truncated(variables_.getDouble(key).value_or(fallback));
+}
+
+namespace {
+
+/// Reads a member of the statistics from the variable of the same name; a missing variable leaves
+/// the member as it is.
+struct VariableReader {
+  const GetPropertyManagerProtocol& variables;
+
+  void operator()(const char* key, std::optional<std::string>& text) const {
+    text = variables.getString(key);
+  }
+  void operator()(const char* key, std::int64_t& count) const {
+    count = variables.getInt(key).value_or(count);
+  }
+  void operator()(const char* key, bool& flag) const {
+    flag = variables.getBool(key).value_or(flag);
+  }
+};
+
+}  // namespace
+
+AgentStats StatusBuilder::stats() const {
+  AgentStats stats;
+  forEachMember(stats, VariableReader{variables_});
+  return stats;
+}
+
+}  // namespace tovi
