@@ -1,0 +1,57 @@
+#include "service/ServiceValues.h"
+
+#include <string_view>
+
+#include "core/TimeProvider.h"
+
+namespace tovi {
+
+using platform::ServiceValue;
+
+static std::string hexadecimal(const PropertyValue::Data& data) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  for (const auto byte : data) {
+    const auto value = std::to_integer<unsigned>(byte);
+    text += {kDigits[value >> 4], kDigits[value & 15]};
+  }
+  return text;
+}
+
+static std::string dateText(const PropertyDate& date) {
+  constexpr auto kEpoch = std::chrono::sys_days(std::chrono::year(2001) / 1 / 1);
+  return internetDateTime(kEpoch + std::chrono::seconds(date.seconds) +
+                          std::chrono::microseconds(date.microseconds));
+}
+
+namespace {
+
+struct Converter {
+  // The alternatives that both sides have.
+  template <typename Same>
+  ServiceValue operator()(const Same& value) const {
+    return {value};
+  }
+  ServiceValue operator()(const PropertyValue::Data& data) const { return {hexadecimal(data)}; }
+  ServiceValue operator()(const PropertyDate& date) const { return {dateText(date)}; }
+  ServiceValue operator()(const PropertyValue::Array& array) const {
+    ServiceValue::Array values;
+    for (const auto& entry : array) values.push_back(std::visit(*this, entry.value));
+    return {std::move(values)};
+  }
+  ServiceValue operator()(const PropertyDictionary& dictionary) const {
+    return {serviceDictionary(dictionary)};
+  }
+};
+
+}  // namespace
+
+ServiceValue::Dictionary serviceDictionary(const PropertyDictionary& properties) {
+  ServiceValue::Dictionary values;
+  for (const auto& [key, property] : properties) {
+    values.emplace(key, std::visit(Converter{}, property.value));
+  }
+  return values;
+}
+
+}  // namespace tovi

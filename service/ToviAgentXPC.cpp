@@ -1,0 +1,97 @@
+#include "service/ToviAgentXPC.h"
+
+#include "service/ServiceValues.h"
+#include "service/ToviAgentXPCProtocol.h"
+
+namespace tovi {
+
+using platform::ServiceParameters;
+using platform::ServiceType;
+using Arguments = std::vector<platform::ServiceArgument>;
+
+namespace {
+
+struct Method {
+  const char* name;
+  Arguments arguments;
+  Arguments results;
+  ServiceParameters (*call)(DaemonXPC& callee, const ServiceParameters& arguments);
+};
+
+template <typename Type>
+const Type& argument(const ServiceParameters& arguments, std::size_t index) {
+  return std::get<Type>(arguments.at(index));
+}
+
+ServiceParameters getActivationStatus(DaemonXPC& callee, const ServiceParameters&) {
+  auto status = callee.getActivationStatus();
+  return {std::move(status.state), std::move(status.enrollment)};
+}
+
+ServiceParameters getDNSMessages(DaemonXPC& callee, const ServiceParameters&) {
+  return {callee.getDNSMessages()};
+}
+
+ServiceParameters setActivationData(DaemonXPC& callee, const ServiceParameters& arguments) {
+  return {callee.setActivationData(argument<std::string>(arguments, 0))};
+}
+
+ServiceParameters setMessageDeliveryState(DaemonXPC& callee, const ServiceParameters& arguments) {
+  return {callee.setMessageDeliveryState(argument<std::string>(arguments, 0),
+                                         argument<std::string>(arguments, 1),
+                                         argument<std::optional<std::string>>(arguments, 2))};
+}
+
+ServiceParameters getStatusEvent(DaemonXPC& callee, const ServiceParameters& arguments) {
+  return {callee.getStatusEvent(argument<bool>(arguments, 0))};
+}
+
+ServiceParameters getAgentSettings(DaemonXPC& callee, const ServiceParameters&) {
+  return {serviceDictionary(callee.getAgentSettings())};
+}
+
+std::vector<Method> methodTable() {
+  using enum ServiceType;
+  return {
+      {xpc::kGetActivationStatus,
+       {},
+       {{Text, "state"}, {OptionalText, "enrollment"}},
+       getActivationStatus},
+      {xpc::kGetDNSMessages, {}, {{TextMap, "messages"}}, getDNSMessages},
+      {xpc::kSetActivationData, {{Text, "data"}}, {{Text, "state"}}, setActivationData},
+      {xpc::kSetMessageDeliveryState,
+       {{Text, "messageId"}, {Text, "state"}, {OptionalText, "data"}},
+       {{OptionalText, "reply"}},
+       setMessageDeliveryState},
+      {xpc::kGetStatusEvent, {{Bool, "force"}}, {{OptionalText, "message"}}, getStatusEvent},
+      {xpc::kGetAgentSettings, {}, {{Settings, "settings"}}, getAgentSettings},
+  };
+}
+
+platform::ServiceInterface serviceInterface(ServiceDelegate& callers) {
+  platform::ServiceInterface interface {
+    xpc::kObjectPath, xpc::kInterfaceName, {}
+  };
+  for (auto& method : methodTable()) {
+    const auto answer = [&callers, call = method.call](const std::string& caller,
+                                                       const ServiceParameters& arguments) {
+      return call(callers.connection(caller), arguments);
+    };
+    interface.methods.push_back(
+        {method.name, std::move(method.arguments), std::move(method.results), answer});
+  }
+  return interface;
+}
+
+}  // namespace
+
+ToviAgentXPC::ToviAgentXPC(platform::MainLoop& loop, ToviAgentProtocol& daemon,
+                           GetStatusMessageProtocol& statusKeeper, const std::string& serviceName,
+                           const GetPropertyManagerProtocol& settings)
+    : delegate_(daemon, statusKeeper, settings),
+      listener_(loop, serviceName, serviceInterface(delegate_),
+                [this](const std::string& caller) { delegate_.callerLeft(caller); }) {
+  logger_.debug("init(daemon:statusKeeper:serviceName:settings:)", "Listening as ", serviceName);
+}
+
+}  // namespace tovi
