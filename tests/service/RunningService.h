@@ -1,0 +1,78 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/SettingsHandler.h"
+#include "service/ToviAgentXPC.h"
+
+namespace tovi::test {
+
+/// An agent and a status keeper that answer what they are told to, and remember their calls. Not to
+/// be looked at while a service runs on them.
+struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
+  ActivationStatus status{"inactive", std::nullopt};
+  std::string stateAfterEnrollment = "active";
+  std::map<std::string, std::string> batches;
+  std::optional<std::string> statusMessage;
+  std::function<void()> onReport = [] {};
+  std::vector<std::string> calls;
+
+  ActivationStatus getActivationStatus() const override { return status; }
+  std::map<std::string, std::string> getDNSMessages() override { return batches; }
+  std::string setActivationData(const std::string& data) override {
+    calls.push_back("enroll " + data);
+    return stateAfterEnrollment;
+  }
+  std::string messageDeliveryState(const std::string& id, const std::string& result) override {
+    calls.push_back("batch " + id + " " + result);
+    batches.erase(id);
+    onReport();
+    return "Message received state: " + result;
+  }
+  std::optional<std::string> getStatusMessage(bool force) override {
+    if (force) return "{\"active\":true,\"agent_version\":\"forced\"}";
+    return std::exchange(statusMessage, std::nullopt);
+  }
+  std::optional<std::string> statusMessageDeliveredState(
+      const std::string& state, const std::optional<std::string>& data) override {
+    calls.push_back("status " + state + " " + data.value_or("-"));
+    return std::nullopt;
+  }
+};
+
+/// The service on a thread of its own, from construction to destruction.
+class RunningService {
+ public:
+  explicit RunningService(PlainDaemon& daemon, PropertyDictionary settings = {})
+      : thread_([this, &daemon, settings] { run(daemon, settings); }) {
+    up_.get_future().get();
+  }
+  ~RunningService() {
+    ending_ = true;
+    thread_.join();
+  }
+
+ private:
+  void run(PlainDaemon& daemon, const PropertyDictionary& settings) {
+    platform::MainLoop loop;
+    const SettingsHandler handler(settings);
+    const ToviAgentXPC service(loop, daemon, daemon, "io.tovi.ToviAgentXPC", handler);
+    const auto watch = loop.repeat(std::chrono::milliseconds(10), [&] {
+      if (ending_) loop.quit();
+    });
+    up_.set_value();
+    loop.run();
+  }
+
+  std::promise<void> up_;
+  std::atomic<bool> ending_ = false;
+  std::thread thread_;
+};
+
+}  // namespace tovi::test

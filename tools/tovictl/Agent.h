@@ -1,0 +1,33 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "core/ToviAgentProtocol.h"
+#include "platform/ServiceBus.h"
+
+namespace tovi::ctl {
+
+/// The daemon as its companion sees it. Every call throws platform::ServiceError when the daemon
+/// does not answer. One thread.
+class Agent {
+ public:
+  /// The service that the installed bundle names.
+  Agent();
+
+  ActivationStatus activationStatus();
+  /// Batches by identifier, oldest first.
+  std::map<std::string, std::string> messages();
+  /// Returns the state afterwards.
+  std::string enroll(const std::string& activationData);
+  std::optional<std::string> report(const std::string& messageId, const std::string& state,
+                                    const std::optional<std::string>& data = std::nullopt);
+  std::optional<std::string> statusMessage(bool force);
+  platform::ServiceValue::Dictionary settings();
+
+ private:
+  platform::ServiceClient service_;
+};
+
+}  // namespace tovi::ctl

@@ -1,0 +1,27 @@
+#include "Input.h"
+
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+namespace tovi::ctl {
+
+static constexpr std::size_t kLargestInput = 1 << 20;
+
+static std::string readStream(std::istream& stream, const std::string& name) {
+  std::string contents(kLargestInput + 1, '\0');
+  stream.read(contents.data(), static_cast<std::streamsize>(contents.size()));
+  if (stream.bad()) throw std::runtime_error("cannot read " + name);
+  contents.resize(static_cast<std::size_t>(stream.gcount()));
+  if (contents.size() > kLargestInput) throw std::runtime_error(name + " is larger than 1 MiB");
+  return contents;
+}
+
+std::string readInput(const std::string& file) {
+  if (file == "-") return readStream(std::cin, "standard input");
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw std::runtime_error("cannot open " + file);
+  return readStream(stream, file);
+}
+
+}  // namespace tovi::ctl

@@ -1,0 +1,151 @@
+#include "Verbs.h"
+
+namespace tovi::ctl {
+
+const std::vector<Verb>& verbs() {
+  static const std::vector<Verb> table = {
+      {"state",
+       "state",
+       "show the agent's state",
+       R"(Prints the agent's state and, once it is enrolled, its identifier.
+
+  active        DNS traffic is captured
+  inactive      nothing is captured; the agent is not enrolled, or was disabled
+  undetermined  nothing is captured until the state is settled
+
+The agent's key is never printed. With --json: an object with "state" and
+"agent_id" (null when not enrolled).
+)",
+       {},
+       0,
+       0,
+       runState},
+
+      {"enroll",
+       "enroll [FILE | - | --uuid ID --key-file FILE]",
+       "hand the enrollment over",
+       R"(Gives the agent its identifier and key, which makes it active. The key is read
+from a file or from standard input, never from the command line, where every
+user of the machine could see it.
+
+  FILE             activation data: a JSON object with "uuid" and "key";
+                   - or nothing stands for standard input
+  --uuid ID        the agent's identifier
+  --key-file FILE  a file that holds the key and nothing else; - stands for
+                   standard input; blanks at the end are dropped
+
+Prints the state afterwards. The exit status is 1 when that is not "active". An
+agent that is active already keeps its enrollment. With --json: an object with
+"state".
+)",
+       {{"--uuid", true}, {"--key-file", true}},
+       0,
+       1,
+       runEnroll},
+
+      {"status",
+       "status [--force]",
+       "fetch the status message",
+       R"(Fetches the status message and prints it: state, versions, settings, counters
+and the machine. The daemon gives one when its polling interval has passed, and
+then waits for a report on it (see 'tovictl report --help'); when none is due,
+that is said, and the exit status is 0.
+
+  --force  fetch one in any case; the daemon expects no report on it, and the
+           polling interval starts anew
+
+With --json: the message as the daemon gave it, or null when none is due.
+)",
+       {{"--force"}},
+       0,
+       0,
+       runStatus},
+
+      {"messages",
+       "messages [--ack | --nack]",
+       "fetch the batches of DNS events that wait",
+       R"(Fetches the batches that wait for delivery, at most 20, and prints the
+identifier, the date and the number of events of each. A batch that is not
+reported on is given out again later.
+
+  --ack   report "Ok" on each batch once it was printed: the daemon forgets it
+  --nack  report "Nok" on each: the daemon keeps it, and slows down
+
+With --json: an object whose "messages" are objects with "id" and "batch".
+)",
+       {{"--ack"}, {"--nack"}},
+       0,
+       0,
+       runMessages},
+
+      {"follow",
+       "follow [--interval SECONDS] [--once]",
+       "print DNS events as they come",
+       R"(Stands in for the companion: fetches batches, prints one event a line as
+compact JSON, and reports a batch "Ok" only after its lines were written out.
+Whatever reads the lines therefore gets every event at least once; after an
+interruption some come twice. Status messages are fetched and reported as
+delivered, so that the agent stays active.
+
+  --interval SECONDS  how often to ask the daemon, 0.1 to 3600; 2 when not given
+  --once              ask once, then end
+
+A batch that is no JSON is printed as one object with "unreadable_batch" (its
+identifier) and "text", with a warning, and then reported like any other, since
+it would be the same the next time.
+
+Ends with status 0 on SIGINT, SIGTERM and when the output is closed. When the
+daemon goes away, this is said once, and events go on when it is back; only a
+daemon that is not there at the start ends with status 3.
+)",
+       {{"--interval", true}, {"--once"}},
+       0,
+       0,
+       runFollow},
+
+      {"report",
+       "report MESSAGE_ID STATE [DATA_FILE]",
+       "report a delivery",
+       R"(Reports what became of a batch, or of the status message, and prints the
+daemon's reply.
+
+  MESSAGE_ID  a batch's identifier, with the STATE "Ok" or "Nok";
+              or "status_message", with the STATE "AgentDeliveredCompleted" or
+              "AgentFailDelivered"
+  DATA_FILE   the collector's answer to the status message: a JSON object that
+              may change the agent's state and settings; - stands for standard
+              input
+
+With --json: an object with "reply" (null when the daemon has nothing to say).
+)",
+       {},
+       2,
+       3,
+       runReport},
+
+      {"settings",
+       "settings",
+       "show the daemon's settings",
+       R"(Prints the settings of the daemon that differ from its built-in defaults, and
+those that it adds itself. With --json: an object.
+)",
+       {},
+       0,
+       0,
+       runSettings},
+
+      {"version",
+       "version",
+       "show this program's version",
+       R"(Prints the version of this program, without asking the daemon, whose version
+stands in the status message. With --json: an object with "version".
+)",
+       {},
+       0,
+       0,
+       runVersion},
+  };
+  return table;
+}
+
+}  // namespace tovi::ctl

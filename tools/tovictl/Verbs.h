@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "CommandLine.h"
+
+namespace tovi::ctl {
+
+enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2, kNotRunning = 3, kAccessDenied = 4 };
+
+/// One thing that the program can do. `run` returns the exit status and throws what fails.
+struct Verb {
+  std::string name;
+  std::string synopsis;
+  std::string summary;
+  std::string description;
+  /// Beside --help and --json, which every verb takes.
+  std::vector<Option> options;
+  std::size_t fewestOperands;
+  std::size_t mostOperands;
+  int (*run)(const CommandLine& line);
+};
+
+const std::vector<Verb>& verbs();
+
+int runState(const CommandLine& line);
+int runEnroll(const CommandLine& line);
+int runStatus(const CommandLine& line);
+int runMessages(const CommandLine& line);
+int runFollow(const CommandLine& line);
+int runReport(const CommandLine& line);
+int runSettings(const CommandLine& line);
+int runVersion(const CommandLine& line);
+
+}  // namespace tovi::ctl
