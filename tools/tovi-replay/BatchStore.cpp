@@ -1,0 +1,59 @@
+#include "tools/tovi-replay/BatchStore.h"
+
+namespace tovi::replay {
+namespace {
+
+// The daemon's, unless it is told otherwise.
+constexpr double kRepetitionInterval = 300.0;
+constexpr std::chrono::seconds kBatchDelay(50);
+
+std::filesystem::path madeDirectory(const std::filesystem::path& directory) {
+  std::filesystem::create_directories(directory);
+  return std::filesystem::canonical(directory);
+}
+
+}  // namespace
+
+BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, ReplayClock& clock)
+    : directory_(madeDirectory(options.storeDirectory)),
+      counts_(counts),
+      clock_(clock),
+      variables_(directory_ / "PermanentVariables.plist"),
+      keychain_(directory_ / "keychain", "ToviAgent"),
+      protector_(keychain_),
+      coreData_(directory_ / "store", executor_, false),
+      deliveryHandler_(clock, settings_),
+      persistence_(coreData_, clock, settings_, variables_, deliveryHandler_, protector_),
+      batches_(persistence_, counts),
+      repetitions_(kRememberedNames, clock, variables_),
+      filter_(repetitions_, counts),
+      packer_(variables_, batches_, clock, settings_, filter_) {
+  checkKey();
+  repetitions_.setMessageTimeoutSec(options.repetitionInterval.value_or(kRepetitionInterval));
+  packer_.setBatchSize(options.batchSize);
+  packer_.setBatchDelay(std::chrono::duration<double>(kBatchDelay).count());
+}
+
+// The protector carries on with a key that could not be kept; here that would make a store that
+// nobody can ever read.
+void BatchStore::checkKey() const {
+  if (keychain_.read("tovi_agent_key")) return;
+  throw std::runtime_error((directory_ / "keychain").string() + ": the key cannot be kept there");
+}
+
+void BatchStore::addMessage(ToviDNSEventPointer event) {
+  ++counts_.events;
+  packer_.addMessage(std::move(event));
+}
+
+// With nothing in the batch yet, this only makes its delay run from the first packet.
+void BatchStore::begin() {
+  packer_.closeBatchIfDue();
+}
+
+void BatchStore::finish() {
+  clock_.advance(kBatchDelay);
+  packer_.closeBatchIfDue();
+}
+
+}  // namespace tovi::replay

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "core/KeychainHelper.h"
+#include "core/PermanentVariablesManager.h"
+#include "core/SettingsHandler.h"
+#include "events/RepetitionsRemovalMessageFilter.h"
+#include "pipeline/CoreDataManager.h"
+#include "pipeline/CryptoDataProtector.h"
+#include "pipeline/MessageDeliveryHandler.h"
+#include "pipeline/MessagePacker.h"
+#include "pipeline/MessagePersistence.h"
+#include "tools/tovi-replay/CountingFilter.h"
+#include "tools/tovi-replay/CountingPersistence.h"
+#include "tools/tovi-replay/EventDestination.h"
+#include "tools/tovi-replay/PreservingExecutor.h"
+#include "tools/tovi-replay/ReplayClock.h"
+#include "tools/tovi-replay/ReplayOptions.h"
+
+namespace tovi::replay {
+
+/// Filters, packs, seals and stores events as the daemon does. The borrowed arguments must outlive
+/// it. One thread.
+class BatchStore : public EventDestination {
+ public:
+  /// Opens or makes the store and its key below the options' store directory. Throws
+  /// std::exception when that cannot be done, what was there before then being as it was.
+  BatchStore(const ReplayOptions& options, ReplayCounts& counts, ReplayClock& clock);
+
+  void addMessage(ToviDNSEventPointer event) override;
+  SavePropertyManagerProtocol& variables() override { return variables_; }
+  void begin() override;
+  void finish() override;
+
+ private:
+  void checkKey() const;
+
+  const std::filesystem::path directory_;
+  ReplayCounts& counts_;
+  ReplayClock& clock_;
+  SettingsHandler settings_{{}};
+  PermanentVariablesManager variables_;
+  KeychainHelper keychain_;
+  CryptoDataProtector protector_;
+  PreservingExecutor executor_;
+  CoreDataManager coreData_;
+  MessageDeliveryHandler deliveryHandler_;
+  MessagePersistence persistence_;
+  CountingPersistence batches_;
+  RepetitionsRemovalMessageFilter repetitions_;
+  CountingFilter filter_;
+  MessagePacker packer_;
+};
+
+}  // namespace tovi::replay

@@ -1,0 +1,14 @@
+#include "tools/tovi-replay/CountingFilter.h"
+
+namespace tovi::replay {
+
+CountingFilter::CountingFilter(MessageFilterProtocol& filter, ReplayCounts& counts)
+    : filter_(filter), counts_(counts) {}
+
+bool CountingFilter::filterResult(const std::string& key) {
+  const bool isNew = filter_.filterResult(key);
+  if (!isNew) ++counts_.repetitions;
+  return isNew;
+}
+
+}  // namespace tovi::replay

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "events/MessageFilterProtocol.h"
+#include "tools/tovi-replay/ReplayCounts.h"
+
+namespace tovi::replay {
+
+/// Counts what another filter drops. Both arguments must outlive it. One caller at a time.
+class CountingFilter : public MessageFilterProtocol {
+ public:
+  CountingFilter(MessageFilterProtocol& filter, ReplayCounts& counts);
+  bool filterResult(const std::string& key) override;
+
+ private:
+  MessageFilterProtocol& filter_;
+  ReplayCounts& counts_;
+};
+
+}  // namespace tovi::replay

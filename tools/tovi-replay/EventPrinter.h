@@ -1,0 +1,32 @@
+#pragma once
+
+#include "events/RepetitionsRemovalMessageFilter.h"
+#include "tools/tovi-replay/CountingFilter.h"
+#include "tools/tovi-replay/EventDestination.h"
+#include "tools/tovi-replay/LineOutput.h"
+#include "tools/tovi-replay/MemoryVariables.h"
+
+namespace tovi::replay {
+
+/// Prints each event as a line of JSON. The borrowed arguments must outlive it. One thread.
+class EventPrinter : public EventDestination {
+ public:
+  /// Drops repetitions within `repetitionInterval` seconds, if one is given.
+  EventPrinter(LineOutput& output, ReplayCounts& counts, TimeProviderProtocol& clock,
+               std::optional<double> repetitionInterval);
+
+  void addMessage(ToviDNSEventPointer event) override;
+  SavePropertyManagerProtocol& variables() override { return variables_; }
+  void begin() override {}
+  void finish() override {}
+
+ private:
+  LineOutput& output_;
+  ReplayCounts& counts_;
+  const bool filters_;
+  MemoryVariables variables_;
+  RepetitionsRemovalMessageFilter repetitions_;
+  CountingFilter filter_{repetitions_, counts_};
+};
+
+}  // namespace tovi::replay

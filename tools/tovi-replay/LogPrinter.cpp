@@ -1,0 +1,23 @@
+#include "tools/tovi-replay/LogPrinter.h"
+
+#include "core/ToviLog.h"
+
+namespace tovi::replay {
+
+LogPrinter::LogPrinter(std::function<void(std::string_view line)> print)
+    : print_(std::move(print)) {
+  platform::exchangeLogSink([this](const platform::LogEntry& entry) { take(entry); });
+}
+
+LogPrinter::~LogPrinter() {
+  platform::exchangeLogSink({});
+}
+
+void LogPrinter::take(const platform::LogEntry& entry) {
+  if (entry.severity > static_cast<int>(LogLevel::Error)) return;
+  // The builder's errors are about the messages it refuses.
+  if (entry.subsystem != "ToviDNSMessageBuilder") sawFailure_ = true;
+  print_(entry.message);
+}
+
+}  // namespace tovi::replay

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "platform/SystemLog.h"
+
+namespace tovi::replay {
+
+/// Takes what the components log while it lives, so that a replay leaves nothing in the system's
+/// log. One thread; one instance in a program.
+class LogPrinter {
+ public:
+  /// `print` takes the lines of error level.
+  explicit LogPrinter(std::function<void(std::string_view line)> print);
+  ~LogPrinter();
+  LogPrinter(const LogPrinter&) = delete;
+  LogPrinter& operator=(const LogPrinter&) = delete;
+
+  /// True once an error was logged that is not about a message in a capture.
+  bool sawFailure() const { return sawFailure_; }
+
+ private:
+  void take(const platform::LogEntry& entry);
+
+  std::function<void(std::string_view line)> print_;
+  bool sawFailure_ = false;
+};
+
+}  // namespace tovi::replay

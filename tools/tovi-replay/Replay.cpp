@@ -1,0 +1,124 @@
+#include "tools/tovi-replay/Replay.h"
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+#include "capture/CaptureFile.h"
+#include "tools/tovi-replay/BatchStore.h"
+#include "tools/tovi-replay/EventPrinter.h"
+
+namespace tovi::replay {
+namespace {
+
+// As many as the daemon keeps unless it is told otherwise.
+constexpr std::int64_t kPendingEvents = 100;
+
+// 0 when one of them is no regular file.
+std::uint64_t totalBytes(const std::vector<std::filesystem::path>& files) {
+  std::uint64_t total = 0;
+  for (const auto& file : files) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error)) return 0;
+    const auto size = std::filesystem::file_size(file, error);
+    if (!error) total += size;
+  }
+  return total;
+}
+
+bool showsProgress(const ReplayOptions& options) {
+  return !options.quiet && isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
+}
+
+std::set<std::string> undesiredDomains(const std::string& collectorHost) {
+  if (collectorHost.empty()) return {};
+  return {collectorHost};
+}
+
+}  // namespace
+
+Replay::Replay(ReplayOptions options)
+    : options_(std::move(options)),
+      output_(options_.quiet),
+      progress_(totalBytes(options_.files), showsProgress(options_)),
+      log_([this](std::string_view line) {
+        if (!options_.quiet) complain(line);
+      }),
+      destination_(makeDestination()),
+      container_(kPendingEvents),
+      builder_({*destination_, clock_, host_, host_, destination_->variables(), container_, host_},
+               undesiredDomains(options_.collectorHost)) {}
+
+std::unique_ptr<EventDestination> Replay::makeDestination() {
+  if (options_.output() == ReplayOptions::Output::store) {
+    return std::make_unique<BatchStore>(options_, counts_, clock_);
+  }
+  return std::make_unique<EventPrinter>(output_, counts_, clock_, options_.repetitionInterval);
+}
+
+bool Replay::run() {
+  bool isWhole = true;
+  for (const auto& file : options_.files) {
+    if (output_.failure() == 0) isWhole = replayFile(file) && isWhole;
+  }
+  destination_->finish();
+  return finishOutput() && isWhole && !log_.sawFailure();
+}
+
+bool Replay::replayFile(const std::filesystem::path& file) try {
+  CaptureFile capture(file);
+  auto handler = makeHandler();
+  CapturedFrame frame{};
+  while (output_.failure() == 0 && capture.next(frame)) replayFrame(handler, frame);
+  return true;
+} catch (const CaptureFileError& error) {
+  complain(error.what());
+  return false;
+}
+
+void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
+  clock_.set(frame.time);
+  if (counts_.packets++ == 0) destination_->begin();
+  handler.onPacketArrives(frame);
+  progress_.advance(frame.bytes.size());
+}
+
+PacketHandler Replay::makeHandler() {
+  return PacketHandler({.processLookup = [](std::uint16_t) { return std::string(); },
+                        .sink = [this](std::string_view text) { takeRecord(text); },
+                        .abandoned = [this] { noteFailure(); }},
+                       "");
+}
+
+void Replay::takeRecord(std::string_view recordText) {
+  ++counts_.messages;
+  if (options_.output() == ReplayOptions::Output::records) {
+    output_.writeLine(recordText);
+  } else {
+    builder_.feed(recordText);
+  }
+}
+
+void Replay::noteFailure() {
+  ++counts_.failures;
+  if (options_.quiet) return;
+  progress_.clear();
+  std::fputs("Error parsing packet \n", stderr);
+}
+
+bool Replay::finishOutput() {
+  output_.flush();
+  progress_.clear();
+  const int failure = output_.failure();
+  if (failure != 0 && failure != EPIPE) {
+    complain(std::string("standard output: ") + std::strerror(failure));
+  }
+  return failure == 0;
+}
+
+void Replay::complain(std::string_view line) {
+  progress_.clear();
+  std::fprintf(stderr, "tovi-replay: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
+}  // namespace tovi::replay

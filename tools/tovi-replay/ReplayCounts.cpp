@@ -1,0 +1,22 @@
+#include "tools/tovi-replay/ReplayCounts.h"
+
+#include <cstdio>
+
+namespace tovi::replay {
+
+static std::string fixedPoint(double value, int digits) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", digits, value);
+  return text;
+}
+
+std::string summary(const ReplayCounts& counts, double elapsedSeconds) {
+  const double rate = elapsedSeconds > 0 ? static_cast<double>(counts.packets) / elapsedSeconds : 0;
+  return std::to_string(counts.packets) + " packets, " + std::to_string(counts.messages) +
+         " DNS messages, " + std::to_string(counts.failures) + " failures, " +
+         std::to_string(counts.events) + " events, " + std::to_string(counts.repetitions) +
+         " repetitions, " + std::to_string(counts.batches) + " batches in " +
+         fixedPoint(elapsedSeconds, 3) + " s (" + fixedPoint(rate, 0) + " packets/s)";
+}
+
+}  // namespace tovi::replay

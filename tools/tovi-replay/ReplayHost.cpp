@@ -1,0 +1,31 @@
+#include "tools/tovi-replay/ReplayHost.h"
+
+#include "status/SystemInformation.h"
+
+namespace tovi::replay {
+
+std::vector<std::string> ReplayHost::localAddresses() {
+  return {};
+}
+
+std::map<std::string, std::string> ReplayHost::userNames() {
+  return {};
+}
+
+SystemInformation ReplayHost::systemInformation() {
+  return {};
+}
+
+std::string ReplayHost::name() const {
+  return {};
+}
+
+std::vector<User> ReplayHost::loggedUsers() {
+  return {};
+}
+
+std::optional<std::string> ReplayHost::shortVersion() const {
+  return TOVI_VERSION;
+}
+
+}  // namespace tovi::replay

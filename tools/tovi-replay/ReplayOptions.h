@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tovi::replay {
+
+/// A command line that cannot be carried out; the text says why.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// How many names the repetition filter keeps: as many as the daemon's unless that is told
+/// otherwise.
+inline constexpr std::int64_t kRememberedNames = 10000;
+
+struct ReplayOptions {
+  enum class Task { replay, showHelp, showVersion };
+  enum class Output { records, events, store };
+
+  Task task = Task::replay;
+  std::optional<Output> chosenOutput;
+  std::filesystem::path storeDirectory;
+  /// Seconds.
+  std::optional<double> repetitionInterval;
+  std::int64_t batchSize = 20;
+  std::string collectorHost;
+  bool quiet = false;
+  std::vector<std::filesystem::path> files;
+
+  Output output() const { return chosenOutput.value_or(Output::events); }
+};
+
+/// Throws UsageError.
+ReplayOptions parseOptions(int argc, char** argv);
+
+/// What --help prints.
+extern const char* const kHelpText;
+
+}  // namespace tovi::replay
