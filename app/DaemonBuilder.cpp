@@ -1,0 +1,148 @@
+#include "app/DaemonBuilder.h"
+
+#include "core/PropertyList.h"
+#include "platform/ChildProcess.h"
+#include "platform/HostFacts.h"
+#include "platform/Network.h"
+#include "status/SparkleUrlBuilder.h"
+
+namespace tovi {
+
+namespace {
+
+std::filesystem::path permanentVariables(const platform::Bundle& bundle) {
+  const auto file = bundle.resource("PermanentVariables", "plist");
+  if (!file) {
+    throw InstallationFault(
+        "The resource PermanentVariables.plist is missing: install it again, or set "
+        "TOVI_RESOURCES_DIR to the directory that holds it");
+  }
+  return *file;
+}
+
+/// What the deployment sets: the entries of Settings.plist, if there is one.
+PropertyDictionary deploymentSettings(const platform::Bundle& bundle) {
+  const auto file = bundle.resource("Settings", "plist");
+  if (!file) return {};
+  try {
+    return readPropertyList(*file);
+  } catch (const PropertyListError& error) {
+    ToviLog(kCoreSubsystem, "DaemonBuilder")
+        .error("DaemonBuilder()", "Settings.plist is left out: ", error.what());
+    return {};
+  }
+}
+
+PropertyDictionary seededSettings(const platform::Bundle& bundle) {
+  PropertyDictionary settings = deploymentSettings(bundle);
+  settings["status_message_version"] = {std::string("1.0.0.0")};
+  settings["dns_message_version"] = {std::string("1.0.0.0")};
+  return settings;
+}
+
+std::vector<std::string> localAddresses() {
+  std::vector<std::string> addresses;
+  for (const auto& entry : platform::interfaceAddresses()) addresses.push_back(entry.address);
+  return addresses;
+}
+
+HostFacts hostFacts() {
+  return {.localizedName = platform::localizedHostName,
+          .hostName = platform::hostName,
+          .operatingSystemVersion = platform::operatingSystemVersion,
+          .operatingSystemName = platform::operatingSystemName,
+          .architecture = platform::machineArchitecture,
+          .globallyUniqueText = platform::globallyUniqueText,
+          .uptime = platform::uptimeSeconds,
+          .loggedInUserName = platform::loggedInUserName,
+          .localAddresses = localAddresses,
+          .directoryServicePath = platform::directoryServicePath()};
+}
+
+/// The names that are never reported: the collector's own.
+std::set<std::string> undesiredDomains(const platform::Bundle& bundle) {
+  const auto host = bundle.information("ToviCollectorHost");
+  return host && !host->empty() ? std::set{*host} : std::set<std::string>{};
+}
+
+}  // namespace
+
+DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& bundle,
+                             const std::filesystem::path& stateDirectory)
+    : loop_(loop),
+      bundle_(bundle),
+      variables_(permanentVariables(bundle)),
+      runRecord_(variables_, timeProvider_),
+      permanentDataManager_(stateDirectory / "keychain", "ToviAgent"),
+      propertyManager_(seededSettings(bundle)),
+      executor_([](const auto& path, const auto& arguments) {
+        return platform::runProgram(path, arguments);
+      }),
+      hardwareProvider_(executor_, platform::systemProfilerPath()),
+      systemInfo_(hostFacts(), executor_, hardwareProvider_,
+                  propertyManager_.getInt("system_information_counter").value_or(10)),
+      userBuilder_(systemInfo_),
+      coreData_(stateDirectory / "store", executor_, false),
+      crypto_(permanentDataManager_),
+      deliveryHandler_(timeProvider_, propertyManager_),
+      messagePersistence_(coreData_, timeProvider_, propertyManager_, variables_, deliveryHandler_,
+                          crypto_),
+      bundleProvider_(bundle.information("CFBundleShortVersionString")),
+      messageFilter_(propertyManager_.getInt("removal_memory_size").value_or(10000), timeProvider_,
+                     variables_),
+      messagePacker_(variables_, messagePersistence_, timeProvider_, propertyManager_,
+                     messageFilter_),
+      daemon_(permanentDataManager_, messagePersistence_, packetReceiver_),
+      statusBuilder_(bundleProvider_, timeProvider_, variables_, daemon_, propertyManager_,
+                     systemInfo_),
+      statusKeeper_(propertyManager_, timeProvider_, variables_, messagePacker_, statusBuilder_,
+                    daemon_, messageFilter_),
+      dnsMsgContainer_(propertyManager_.getInt("message_container_size").value_or(100)),
+      messageBuilder_({.packer = messagePacker_,
+                       .timeProvider = timeProvider_,
+                       .systemProvider = systemInfo_,
+                       .bundleProvider = bundleProvider_,
+                       .variable = variables_,
+                       .container = dnsMsgContainer_,
+                       .userInfo = userBuilder_},
+                      undesiredDomains(bundle)),
+      timeoutTimer_(propertyManager_.getDouble("check_packer_messages_timeout_sec").value_or(60.0)),
+      interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }) {
+  publishFeedUrl();
+  packetReceiver_.setMessageBuilder(&messageBuilder_);
+  interfacesChecker_.uploadInterfacesList();
+}
+
+void DaemonBuilder::publishFeedUrl() {
+  const SparkleUrlBuilder feed(hardwareProvider_, bundleProvider_, bundle_.information("SUFeedURL"),
+                               bundle_.information("ToviUpdateHost").value_or("localhost"),
+                               propertyManager_);
+  propertyManager_.merge({{"SUFeedURL", {feed.sparkleUrl()}}});
+}
+
+void DaemonBuilder::start() {
+  if (!interfacesObserver_.joinable()) {
+    interfacesObserver_ = std::thread([this] { interfacesChecker_.startObserving(); });
+  }
+  agentXPC_.reset();
+  agentXPC_ = std::make_unique<ToviAgentXPC>(
+      loop_, daemon_, statusKeeper_,
+      bundle_.information("MachServiceName").value_or("io.tovi.ToviAgentXPC"), propertyManager_);
+  if (!timerTick_) timerTick_ = loop_.repeat(timeoutTimer_, [this] { timerEvent(); });
+}
+
+void DaemonBuilder::timerEvent() {
+  messagePacker_.closeBatchIfDue();
+}
+
+DaemonBuilder::~DaemonBuilder() {
+  agentXPC_.reset();
+  timerTick_.reset();
+  interfacesChecker_.stopObserving();
+  if (interfacesObserver_.joinable()) interfacesObserver_.join();
+  packetReceiver_.stopReader();
+  packetReceiver_.setMessageBuilder(nullptr);
+  runRecord_.finish();
+}
+
+}  // namespace tovi
