@@ -1,0 +1,48 @@
+# Shared by the scripts beside it: progress, packages, builds. Sourced, not run.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+say() { printf '%s\n' "tovi: $*" >&2; }
+fail() { say "$*"; exit 1; }
+
+build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsystemd-dev
+                libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev)
+run_packages=(dbus-daemon lsof dnsmasq-base)
+test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema)
+check_packages=(clang clang-format libclang-rt-14-dev)
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"
+  elif command -v sudo >/dev/null; then sudo "$@"
+  else fail "root is needed for: $*"
+  fi
+}
+
+# install PACKAGE...: those that are missing, with apt-get.
+install() {
+  local missing=() package
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  say "installing ${missing[*]}"
+  local log
+  log=$( { as_root apt-get update -qq &&
+           as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+             --no-install-recommends "${missing[@]}"; } 2>&1 </dev/null) ||
+    { printf '%s\n' "$log" | tail -n 15 >&2; fail "apt-get could not install them; see above"; }
+}
+
+# build PRESET [TARGET...]: configures and builds one preset of CMakePresets.json.
+build() {
+  local preset=$1 log="build/$1.log"
+  shift
+  mkdir -p build
+  say "building ($preset)"
+  { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } \
+    >"$log" 2>&1 </dev/null ||
+    { grep -E -A5 'error|FAILED|CMake Error' "$log" | head -n 40 >&2
+      fail "the build failed; the whole log is in $log"; }
+}
