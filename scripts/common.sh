@@ -9,8 +9,9 @@ fail() { say "$*"; exit 1; }
 build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsystemd-dev
                 libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev)
 run_packages=(dbus-daemon lsof dnsmasq-base)
+run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
 test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema)
-check_packages=(clang clang-format libclang-rt-14-dev)
+check_packages=(git clang clang-format libclang-rt-14-dev)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"
