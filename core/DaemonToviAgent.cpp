@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "core/ActivationResponse.h"
+#include "core/Utf8.h"
 
 namespace tovi {
 
@@ -16,7 +17,8 @@ std::optional<std::string> readText(const PersistenceDataProtocol& keychain,
                                     std::string_view account) {
   const auto bytes = keychain.read(account);
   if (!bytes) return std::nullopt;
-  return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+  std::string text(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+  return isUtf8(text) ? std::optional(std::move(text)) : std::nullopt;
 }
 
 }  // namespace

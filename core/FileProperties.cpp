@@ -22,7 +22,9 @@ void FileProperties::setValue(std::string key, PropertyValue value) {
 
 void FileProperties::changeValue(std::string key,
                                  std::function<PropertyValue(const PropertyValue*)> change) {
+  if (++waitingChanges_ > kMaxWaitingChanges) serialQueue_.sync([] {});
   serialQueue_.async([this, key = std::move(key), change = std::move(change)] {
+    --waitingChanges_;
     const auto entry = storedDictionary_.find(key);
     const bool isPresent = entry != storedDictionary_.end();
     storedDictionary_.insert_or_assign(key, change(isPresent ? &entry->second : nullptr));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -21,7 +22,8 @@ class FileProperties {
   FileProperties(const FileProperties&) = delete;
   FileProperties& operator=(const FileProperties&) = delete;
 
-  /// Returns at once; the change is applied on the queue.
+  /// The change is applied on the queue. Returns at once, or, when very many changes wait for a
+  /// slow disk, once these are done.
   void setValue(std::string key, PropertyValue value);
   /// Like setValue with what `change` makes of the present value (null when there is none).
   void changeValue(std::string key, std::function<PropertyValue(const PropertyValue*)> change);
@@ -32,11 +34,15 @@ class FileProperties {
 
  private:
   static constexpr int kChangesPerWrite = 20;
+  static constexpr int kMaxWaitingChanges = 1000;
 
   void writeFile();
 
   ToviLog logger_{"FileProperties", "main"};
   const std::filesystem::path url_;
+
+  // Any thread.
+  std::atomic<int> waitingChanges_ = 0;
 
   // Only on the queue.
   PropertyDictionary storedDictionary_;

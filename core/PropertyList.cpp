@@ -1,7 +1,6 @@
 #include "core/PropertyList.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -9,8 +8,9 @@
 #include <plist/plist.h>
 
 #include "core/BinaryPropertyList.h"
-#include "core/FileReplacement.h"
-#include "core/XmlText.h"
+#include "core/Utf8.h"
+#include "platform/FileReplacement.h"
+#include "platform/TextFile.h"
 
 namespace tovi {
 
@@ -129,6 +129,16 @@ std::optional<PropertyValue> valueOf(plist_t node, int depth) {
   }
 }
 
+// What an XML document can hold (XML 1.0, section 2.2); markup is the library's to escape.
+bool isXmlCharacter(char32_t point) {
+  if (point < 0x20) return point == '\t' || point == '\n' || point == '\r';
+  return point != 0xFFFE && point != 0xFFFF;
+}
+
+std::string xmlText(std::string_view text) {
+  return replacingOthers(text, isXmlCharacter);
+}
+
 struct NodeMaker {
   plist_t operator()(bool value) const { return plist_new_bool(value); }
   plist_t operator()(std::int64_t value) const {
@@ -189,21 +199,18 @@ PropertyDictionary parsePropertyList(std::string_view bytes) {
 }
 
 PropertyDictionary readPropertyList(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string bytes(kMaximumPropertyListSize + 1, '\0');
-  stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!stream.is_open() || stream.bad()) {
-    throw PropertyListError("The file " + file.string() + " cannot be read");
+  const auto bytes = platform::readTextFile(file, kMaximumPropertyListSize);
+  if (!bytes) {
+    throw PropertyListError("The file " + file.string() + " cannot be read or is too large");
   }
-  bytes.resize(static_cast<std::size_t>(stream.gcount()));
-  return parsePropertyList(bytes);
+  return parsePropertyList(*bytes);
 }
 
 void writePropertyList(const std::filesystem::path& file, const PropertyDictionary& dictionary) {
   const std::string xml = xmlOf(dictionary);
   requireSize(xml.size());
   try {
-    replaceFile(file, xml);
+    platform::replaceFile(file, xml);
   } catch (const std::system_error& error) {
     throw PropertyListError(error.what());
   }

@@ -74,7 +74,7 @@ std::string durationText(double seconds) {
   constexpr double kLimit = 9223372036854775808.0;  // 2^63; a NaN fails the comparison too.
   if (!(seconds >= -kLimit && seconds < kLimit)) fatalError("Duration out of range");
   const auto whole = static_cast<std::int64_t>(seconds);
-  const auto milliseconds = static_cast<int>(std::fmod(seconds, 1.0) * 1000);
+  const auto milliseconds = static_cast<int>(std::fmod(std::trunc(seconds * 1000), 1000));
   std::array<char, 64> text;
   std::snprintf(text.data(), text.size(), "%.2" PRId64 ":%.2" PRId64 ":%.2" PRId64 ".%.3d",
                 whole / 3600, (whole / 60) % 60, whole % 60, milliseconds);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "core/Utf8.h"
 #include "platform/SystemLog.h"
 
 namespace tovi {
@@ -21,6 +22,11 @@ void ToviLog::append(std::string& message, double piece) {
   if (digits.find_first_not_of("-0123456789") == digits.npos) message += ".0";
 }
 
+// Control characters of ASCII and of U+0080 to U+009F.
+static bool isPrintable(char32_t point) {
+  return point >= 0x20 && (point < 0x7F || point >= 0xA0);
+}
+
 static void printLine(std::string message) {
   message += '\n';
   std::fwrite(message.data(), 1, message.size(), stdout);
@@ -31,7 +37,8 @@ void ToviLog::write(LogLevel level, const LogOrigin& origin, const std::string& 
   std::string text(origin.function);
   text.append(" [").append(std::to_string(origin.where.line()));
   text.append(":").append(std::to_string(origin.where.column()));
-  text.append("]: ").append(message).append(" ");
+  text.append("]: ");
+  text.append(escapingOthers(message, isPrintable)).append(" ");
   platform::writeLog({static_cast<int>(level), subsystem_, category_, text,
                       origin.where.file_name(), origin.where.line(), origin.function});
 }

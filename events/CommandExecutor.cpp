@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "events/Utf8.h"
+#include "core/Utf8.h"
 
 namespace tovi {
 namespace {

@@ -22,7 +22,6 @@ class LinkedList {
   LinkedList(const LinkedList&) = delete;
   LinkedList& operator=(const LinkedList&) = delete;
 
-  bool empty() const { return sentinel_.next == &sentinel_; }
   /// The node at the back; the list must not be empty.
   Node& back() { return *sentinel_.prev; }
 

@@ -5,7 +5,6 @@
 namespace tovi {
 
 static constexpr const char* kTimeoutKey = "removal_register_timeout";
-static constexpr double kDefaultTimeoutSeconds = 300.0;
 
 RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
     std::int64_t memorySize, TimeProviderProtocol& timeProvider,

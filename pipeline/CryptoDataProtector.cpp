@@ -13,8 +13,6 @@ namespace tovi {
 static constexpr std::size_t kNonceSize = crypto_aead_chacha20poly1305_ietf_NPUBBYTES;
 static constexpr std::size_t kTagSize = crypto_aead_chacha20poly1305_ietf_ABYTES;
 
-static constexpr const char* kKeyAccount = "tovi_agent_key";
-
 static unsigned char* raw(std::byte* bytes) {
   return reinterpret_cast<unsigned char*>(bytes);
 }

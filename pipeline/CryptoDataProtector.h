@@ -14,6 +14,9 @@ namespace tovi {
 /// sealed before can then not be opened any more. Any thread.
 class CryptoDataProtector : public CryptoDataProtectorProtocol {
  public:
+  /// Where the key is kept.
+  static constexpr const char* kKeyAccount = "tovi_agent_key";
+
   /// `permanentDataManager` is used only during construction.
   explicit CryptoDataProtector(PersistenceDataProtocol& permanentDataManager);
   ~CryptoDataProtector() override;

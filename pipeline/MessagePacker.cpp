@@ -26,8 +26,8 @@ MessagePacker::MessagePacker(SavePropertyManagerProtocol& permanentVariable,
       timeProvider_(timeProvider),
       properties_(properties),
       filter_(filter),
-      batchSize_(permanentVariable.getInt(kBatchSizeKey).value_or(20)),
-      timeOutSec_(permanentVariable.getDouble(kBatchDelayKey).value_or(50.0)),
+      batchSize_(permanentVariable.getInt(kBatchSizeKey).value_or(kDefaultBatchSize)),
+      timeOutSec_(permanentVariable.getDouble(kBatchDelayKey).value_or(kDefaultBatchDelaySeconds)),
       previousMessageTimestamp_(timeProvider.now()) {}
 
 void MessagePacker::addMessage(ToviDNSEventPointer event) {

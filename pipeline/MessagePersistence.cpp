@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "events/Utf8.h"
+#include "core/Utf8.h"
 #include "pipeline/DNSEvents.h"
 #include "pipeline/SqliteError.h"
 

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,10 +17,8 @@ class Bundle {
   /// was configured.
   static Bundle main();
 
+  /// An Info.plist that is missing, malformed, binary or larger than 64 KiB tells nothing.
   explicit Bundle(std::filesystem::path directory);
-  ~Bundle();
-  Bundle(Bundle&&) noexcept;
-  Bundle& operator=(Bundle&&) noexcept;
 
   /// The path of the resource, none when there is no such regular file.
   std::optional<std::filesystem::path> resource(std::string_view name,
@@ -30,9 +29,8 @@ class Bundle {
   std::optional<std::string> identifier() const;
 
  private:
-  struct Native;
   std::filesystem::path directory_;
-  std::unique_ptr<Native> native_;
+  std::map<std::string, std::string, std::less<>> information_;
 };
 
 }  // namespace tovi::platform

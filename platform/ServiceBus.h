@@ -26,7 +26,9 @@ struct ServiceValue {
 /// What a method can take and give.
 enum class ServiceType { Text, Bool, OptionalText, TextMap, Settings };
 
-/// One argument or result; the alternatives stand in the order of `ServiceType`.
+/// One argument or result; the alternatives stand in the order of `ServiceType`. Texts, those
+/// inside of settings too, are UTF-8 without NUL and without Unicode's noncharacters; the bus
+/// carries no others, and a call with one fails.
 using ServiceParameter = std::variant<std::string, bool, std::optional<std::string>,
                                       std::map<std::string, std::string>, ServiceValue::Dictionary>;
 using ServiceParameters = std::vector<ServiceParameter>;
@@ -38,7 +40,8 @@ struct ServiceArgument {
 
 /// One method of a service: how it is called, and what answers. `answer` is given the caller's
 /// name on the bus and arguments of exactly the declared types, and returns results of exactly the
-/// declared types. It is not called for a caller whom the bus refuses, nor for arguments of other
+/// declared types; what it throws, a std::exception with such a text too, reaches the caller as a
+/// bus error. It is not called for a caller whom the bus refuses, nor for arguments of other
 /// types: those get the bus's own error.
 struct ServiceMethod {
   std::string name;

@@ -6,7 +6,8 @@
 
 namespace tovi::platform {
 
-/// One line for the system's log. The texts are borrowed for the duration of the call.
+/// One line for the system's log. The texts are UTF-8 without control characters, and borrowed for
+/// the duration of the call.
 struct LogEntry {
   /// A severity of RFC 5424, section 6.2.1: 7 debug, 6 informational, 5 notice, 3 error.
   int severity;
@@ -22,9 +23,8 @@ struct LogEntry {
 /// info, notice, error; info when unset or anything else), read once. Any thread.
 bool isLogged(int severity) noexcept;
 
-/// Sends one line to the journal, or to standard error where no journal listens. Control
-/// characters in the message are written as \xHH on standard error, so that one entry stays one
-/// line. Never fails outward. Any thread.
+/// Sends one line to the journal, or to standard error where no journal listens. Never fails
+/// outward. Any thread.
 void writeLog(const LogEntry& entry) noexcept;
 
 /// Takes every entry in the log's place until it is exchanged again, and makes every severity count

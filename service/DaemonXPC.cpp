@@ -9,25 +9,25 @@ DaemonXPC::DaemonXPC(ToviAgentProtocol& daemon, GetStatusMessageProtocol& status
     : daemon_(daemon), statusKeeper_(statusKeeper), settings_(settings) {}
 
 ActivationStatus DaemonXPC::getActivationStatus() {
-  logger_.debug("getActivationStatus()", "getActivationStatus");
+  logger_.debug("getActivationStatus(withReply:)", "getActivationStatus");
   return daemon_.getActivationStatus();
 }
 
 std::map<std::string, std::string> DaemonXPC::getDNSMessages() {
-  logger_.debug("getDNSMessages()", "getDNSMessages");
+  logger_.debug("getDNSMessages(withReply:)", "getDNSMessages");
   return daemon_.getDNSMessages();
 }
 
 // The data holds the agent's key, so it stays out of the log.
 std::string DaemonXPC::setActivationData(const std::string& data) {
-  logger_.debug("setActivationData(_:)", "setActivationData ");
+  logger_.debug("setActivationData(_:withReply:)", "setActivationData ");
   return daemon_.setActivationData(data);
 }
 
 std::optional<std::string> DaemonXPC::setMessageDeliveryState(
     const std::string& messageId, const std::string& state,
     const std::optional<std::string>& data) {
-  constexpr auto kFunction = "setMessageDeliveryState(_:_:_:)";
+  constexpr auto kFunction = "setMessageDeliveryState(_:_:_:withReply:)";
   logger_.debug(kFunction, "setMessagesDeliveryState ");
   if (messageId != xpc::kStatusMessageId) return daemon_.messageDeliveryState(messageId, state);
   logger_.debug(kFunction, "Status delivery arrived ");
@@ -35,12 +35,12 @@ std::optional<std::string> DaemonXPC::setMessageDeliveryState(
 }
 
 std::optional<std::string> DaemonXPC::getStatusEvent(bool force) {
-  logger_.debug("getStatusEvent(_:)", "getStatusEvent ");
+  logger_.debug("getStatusEvent(_:withReply:)", "getStatusEvent ");
   return statusKeeper_.getStatusMessage(force);
 }
 
 PropertyDictionary DaemonXPC::getAgentSettings() {
-  logger_.debug("getAgentSettings()", "getAgentSettings ");
+  logger_.debug("getAgentSettings(withReply:)", "getAgentSettings ");
   return settings_.getAll();
 }
 

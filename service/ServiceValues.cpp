@@ -1,12 +1,20 @@
 #include "service/ServiceValues.h"
 
-#include <string_view>
-
 #include "core/TimeProvider.h"
+#include "core/Utf8.h"
 
 namespace tovi {
 
 using platform::ServiceValue;
+
+static bool isBusCharacter(char32_t point) {
+  const bool isNoncharacter = (point & 0xFFFE) == 0xFFFE || (point >= 0xFDD0 && point <= 0xFDEF);
+  return point != 0 && !isNoncharacter;
+}
+
+std::string serviceText(std::string_view text) {
+  return replacingOthers(text, isBusCharacter);
+}
 
 static std::string hexadecimal(const PropertyValue::Data& data) {
   constexpr std::string_view kDigits = "0123456789abcdef";
@@ -32,6 +40,7 @@ struct Converter {
   ServiceValue operator()(const Same& value) const {
     return {value};
   }
+  ServiceValue operator()(const std::string& text) const { return {serviceText(text)}; }
   ServiceValue operator()(const PropertyValue::Data& data) const { return {hexadecimal(data)}; }
   ServiceValue operator()(const PropertyDate& date) const { return {dateText(date)}; }
   ServiceValue operator()(const PropertyValue::Array& array) const {
@@ -49,7 +58,7 @@ struct Converter {
 ServiceValue::Dictionary serviceDictionary(const PropertyDictionary& properties) {
   ServiceValue::Dictionary values;
   for (const auto& [key, property] : properties) {
-    values.emplace(key, std::visit(Converter{}, property.value));
+    values.emplace(serviceText(key), std::visit(Converter{}, property.value));
   }
   return values;
 }

@@ -68,6 +68,20 @@ std::vector<Method> methodTable() {
   };
 }
 
+/// Makes the texts of results such as the bus carries; those of settings are so already.
+struct TextCleaner {
+  void operator()(std::string& text) const { text = serviceText(text); }
+  void operator()(std::optional<std::string>& text) const {
+    if (text) text = serviceText(*text);
+  }
+  void operator()(std::map<std::string, std::string>& texts) const {
+    std::map<std::string, std::string> clean;
+    for (const auto& [key, text] : texts) clean.emplace(serviceText(key), serviceText(text));
+    texts = std::move(clean);
+  }
+  void operator()(const auto&) const {}
+};
+
 platform::ServiceInterface serviceInterface(ServiceDelegate& callers) {
   platform::ServiceInterface interface {
     xpc::kObjectPath, xpc::kInterfaceName, {}
@@ -75,7 +89,9 @@ platform::ServiceInterface serviceInterface(ServiceDelegate& callers) {
   for (auto& method : methodTable()) {
     const auto answer = [&callers, call = method.call](const std::string& caller,
                                                        const ServiceParameters& arguments) {
-      return call(callers.connection(caller), arguments);
+      ServiceParameters results = call(callers.connection(caller), arguments);
+      for (auto& result : results) std::visit(TextCleaner(), result);
+      return results;
     };
     interface.methods.push_back(
         {method.name, std::move(method.arguments), std::move(method.results), answer});

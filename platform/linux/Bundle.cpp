@@ -2,12 +2,12 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <map>
+#include <memory>
 #include <utility>
 
 #include <plist/plist.h>
 
-#include "platform/linux/TextFile.h"
+#include "platform/TextFile.h"
 
 namespace tovi::platform {
 
@@ -20,7 +20,11 @@ struct PlistDeleter {
 };
 using PlistHandle = std::unique_ptr<void, PlistDeleter>;
 
+constexpr std::size_t kMostInformationBytes = 64u << 10;
+
+// A binary list can stand for one that is many times larger.
 PlistHandle parsePlist(const std::string& contents) {
+  if (contents.starts_with("bplist")) return {};
   plist_t root = nullptr;
   plist_from_memory(contents.data(), static_cast<std::uint32_t>(contents.size()), &root);
   return PlistHandle(root);
@@ -37,9 +41,8 @@ Texts textsOf(plist_t dictionary) {
     plist_t value = nullptr;
     plist_dict_next_item(dictionary, iterator, &key, &value);
     if (key == nullptr) break;
-    if (plist_get_node_type(value) == PLIST_STRING) {
-      texts.insert_or_assign(key, plist_get_string_ptr(value, nullptr));
-    }
+    const char* text = plist_get_string_ptr(value, nullptr);  // Null for another type.
+    if (text != nullptr) texts.insert_or_assign(key, text);
     std::free(key);
   }
   std::free(iterator);
@@ -48,24 +51,15 @@ Texts textsOf(plist_t dictionary) {
 
 }  // namespace
 
-struct Bundle::Native {
-  Texts information;
-};
-
 Bundle Bundle::main() {
   const char* chosen = std::getenv("TOVI_RESOURCES_DIR");
   return Bundle(chosen != nullptr && *chosen != '\0' ? chosen : TOVI_RESOURCES_DIR);
 }
 
-Bundle::Bundle(std::filesystem::path directory)
-    : directory_(std::move(directory)), native_(std::make_unique<Native>()) {
-  const auto contents = readTextFile(directory_ / "Info.plist");
-  if (contents) native_->information = textsOf(parsePlist(*contents).get());
+Bundle::Bundle(std::filesystem::path directory) : directory_(std::move(directory)) {
+  const auto contents = readTextFile(directory_ / "Info.plist", kMostInformationBytes);
+  if (contents) information_ = textsOf(parsePlist(*contents).get());
 }
-
-Bundle::~Bundle() = default;
-Bundle::Bundle(Bundle&&) noexcept = default;
-Bundle& Bundle::operator=(Bundle&&) noexcept = default;
 
 std::optional<std::filesystem::path> Bundle::resource(std::string_view name,
                                                       std::string_view extension) const {
@@ -76,8 +70,8 @@ std::optional<std::filesystem::path> Bundle::resource(std::string_view name,
 }
 
 std::optional<std::string> Bundle::information(std::string_view key) const {
-  const auto found = native_->information.find(key);
-  if (found == native_->information.end()) return std::nullopt;
+  const auto found = information_.find(key);
+  if (found == information_.end()) return std::nullopt;
   return found->second;
 }
 

@@ -23,7 +23,7 @@ BusHandle<sd_bus> openServiceBus();
 
 /// The texts of a bus error, freed at the end.
 struct BusError {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error = {};
   ~BusError() { sd_bus_error_free(&error); }
 };
 

@@ -16,8 +16,8 @@
 #include <systemd/sd-id128.h>
 #include <systemd/sd-login.h>
 
+#include "platform/TextFile.h"
 #include "platform/linux/KeyValueText.h"
-#include "platform/linux/TextFile.h"
 
 namespace tovi::platform {
 

@@ -13,9 +13,9 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include "platform/TextFile.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ResolverList.h"
-#include "platform/linux/TextFile.h"
 
 namespace tovi::platform {
 

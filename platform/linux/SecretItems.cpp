@@ -1,7 +1,5 @@
 #include "platform/SecretItems.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <fcntl.h>
 #include <stdexcept>
@@ -12,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/PutFile.h"
 #include "platform/linux/SystemCall.h"
 
 namespace tovi::platform {
@@ -23,12 +22,9 @@ constexpr mode_t kOwnerOnlyDirectory = S_IRWXU;
 constexpr mode_t kOwnerOnlyFile = S_IRUSR | S_IWUSR;
 
 void checkAccount(std::string_view account) {
-  const auto isAllowed = [](unsigned char character) {
-    return character < 0x80 && (std::isalnum(character) ||
-                                std::string_view("_-.").find(character) != std::string_view::npos);
-  };
+  constexpr char kAllowed[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.";
   const bool valid = !account.empty() && account.size() <= 128 && account.front() != '.' &&
-                     std::all_of(account.begin(), account.end(), isAllowed);
+                     account.find_first_not_of(kAllowed) == account.npos;
   if (!valid) throw std::runtime_error("not a name of an account");
 }
 
@@ -87,35 +83,11 @@ Bytes readItem(const FileDescriptor& item, const std::string& account) {
   return value;
 }
 
-void writeAll(const FileDescriptor& file, ByteView value, const std::string& name) {
-  while (!value.empty()) {
-    const auto count = checkCall(write(file.get(), value.data(), value.size()), name);
-    value = value.subspan(static_cast<std::size_t>(count));
-  }
-}
-
-// Puts the value in the account's place in one step. `renameFlags` are those of renameat2(2).
+// No account begins with a dot, so that the second file is none.
 void putItem(const FileDescriptor& directory, const std::string& account, ByteView value,
-             unsigned renameFlags) {
+             unsigned renameFlags = 0) {
   if (value.size() > kMostItemBytes) throw std::runtime_error(account + " is too large");
-  // No account begins with a dot. One that stands there is left over from a crash.
-  const std::string temporary = "." + account;
-  unlinkat(directory.get(), temporary.c_str(), 0);
-  const FileDescriptor file(
-      checkCall(openat(directory.get(), temporary.c_str(),
-                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnlyFile),
-                temporary));
-  try {
-    writeAll(file, value, temporary);
-    checkCall(fsync(file.get()), temporary);
-    checkCall(renameat2(directory.get(), temporary.c_str(), directory.get(), account.c_str(),
-                        renameFlags),
-              account);
-  } catch (const std::exception&) {
-    unlinkat(directory.get(), temporary.c_str(), 0);
-    throw;
-  }
-  checkCall(fsync(directory.get()), account);
+  putFile(directory, account, value, kOwnerOnlyFile, renameFlags);
 }
 
 // Does it, and tells how it ended.
@@ -150,7 +122,7 @@ SecretStatus SecretItems::update(std::string_view account, ByteView value) {
   return attempt(account, [&](const std::string& name) {
     const FileDescriptor directory = openDirectoryForWriting(directory_);
     openItem(directory, name);
-    putItem(directory, name, value, 0);
+    putItem(directory, name, value);
   });
 }
 

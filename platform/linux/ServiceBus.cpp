@@ -172,7 +172,7 @@ int ServiceBus::Native::handleCall(sd_bus_message* call, void* userdata,
   } catch (const MessageTypeError& fault) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, fault.what());
   } catch (const std::exception& fault) {
-    return sd_bus_error_set(error, kFailedError, busText(fault.what()).c_str());
+    return sd_bus_error_set(error, kFailedError, fault.what());
   }
 }
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "platform/linux/SystemCall.h"
-#include "platform/linux/Utf8.h"
 
 namespace tovi::platform {
 
@@ -12,12 +11,13 @@ namespace {
 // A nested value takes a variant, an array and a dictionary entry, and a bus drops the connection
 // that sends more than 64 containers in one another.
 constexpr int kMostNestedValues = 16;
-constexpr char kReplacementCharacter[] = "\xEF\xBF\xBD";
 
 template <typename... Alternatives>
 struct Overloaded : Alternatives... {
   using Alternatives::operator()...;
 };
+template <typename... Alternatives>
+Overloaded(Alternatives...) -> Overloaded<Alternatives...>;
 
 int checkRead(int result) {
   if (result < 0) throw MessageTypeError("the message cannot be read as the expected types");
@@ -155,7 +155,8 @@ void appendBasic(sd_bus_message* message, char type, const void* value) {
 }
 
 void appendText(sd_bus_message* message, const std::string& text) {
-  appendBasic(message, SD_BUS_TYPE_STRING, busText(text).c_str());
+  if (text.find('\0') != text.npos) throwSystemError(EINVAL, "a text that holds NUL");
+  appendBasic(message, SD_BUS_TYPE_STRING, text.c_str());
 }
 
 void appendBool(sd_bus_message* message, bool value) {
@@ -168,10 +169,10 @@ void appendDictionary(sd_bus_message* message, const char* entry, const Dictiona
                       AppendOne appendOne) {
   const std::string element = std::string("{") + entry + "}";
   appendContainer(message, SD_BUS_TYPE_ARRAY, element.c_str(), [&] {
-    for (const auto& [key, value] : dictionary) {
+    for (const auto& each : dictionary) {
       appendContainer(message, SD_BUS_TYPE_DICT_ENTRY, entry, [&] {
-        appendText(message, key);
-        appendOne(value);
+        appendText(message, each.first);
+        appendOne(each.second);
       });
     }
   });
@@ -265,17 +266,6 @@ ServiceParameters readParameters(sd_bus_message* message, const std::vector<Serv
 
 void appendParameters(sd_bus_message* message, const ServiceParameters& parameters) {
   for (const auto& parameter : parameters) appendParameter(message, parameter);
-}
-
-std::string busText(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const std::size_t length = text.front() == '\0' ? 0 : leadingCharacterLength(text);
-    result += length == 0 ? std::string_view(kReplacementCharacter) : text.substr(0, length);
-    text.remove_prefix(length == 0 ? 1 : length);
-  }
-  return result;
 }
 
 }  // namespace tovi::platform

@@ -23,11 +23,8 @@ const char* typeSignature(ServiceType type);
 /// or more, or fewer.
 ServiceParameters readParameters(sd_bus_message* message, const std::vector<ServiceType>& types);
 
-/// Appends the parameters. Bytes that D-Bus cannot carry in a text are replaced by U+FFFD. Throws
-/// std::system_error when the message cannot take them.
+/// Appends the parameters. Throws std::system_error when the message cannot take them, for a text
+/// that D-Bus cannot carry as well.
 void appendParameters(sd_bus_message* message, const ServiceParameters& parameters);
-
-/// The text with each byte that D-Bus cannot carry (NUL, or not UTF-8) replaced by U+FFFD.
-std::string busText(std::string_view text);
 
 }  // namespace tovi::platform

@@ -1,5 +1,6 @@
 #include "platform/SystemLog.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>

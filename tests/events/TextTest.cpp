@@ -2,7 +2,6 @@
 
 #include "events/DnsEventNames.h"
 #include "events/RecordTextReader.h"
-#include "events/Utf8.h"
 
 namespace tovi {
 namespace {
@@ -32,18 +31,6 @@ TEST(DnsEventNames, WholeTextIsCompared) {
   for (const char* text : {"3", "00", " 0", ""}) EXPECT_EQ(opcodeName(text), "UNKNOWN") << text;
   for (const char* text : {"12", "15", "24", "03"}) {
     EXPECT_EQ(responseCodeName(text), "UNKNOWN") << text;
-  }
-}
-
-TEST(Utf8, WellFormedTextIsTold) {
-  for (const char* text : {"", "abc", "\xC2\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
-                           "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBE"}) {
-    EXPECT_TRUE(isUtf8(text)) << text;
-  }
-  for (const char* text :
-       {"\x80", "\xC1\xBF", "\xC2", "\xC2\x41", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xE2\x82",
-        "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "a\xFF", "\xF1\x80\x80\xC0"}) {
-    EXPECT_FALSE(isUtf8(text)) << testing::PrintToString(text);
   }
 }
 

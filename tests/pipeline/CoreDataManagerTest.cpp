@@ -1,4 +1,3 @@
-#include "pipeline/CoreDataManager.h"
 #include "tests/pipeline/PipelineSupport.h"
 
 namespace tovi::test {

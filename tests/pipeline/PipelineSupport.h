@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "core/KeychainHelper.h"
@@ -49,7 +47,7 @@ class Pipeline : public testing::Test {
   TemporaryDirectory directory_;
   ManualClock clock_;
   SettingsHandler settings_{{}};
-  KeychainHelper keychain_{directory_.path(), "ToviAgent"};
+  KeychainHelper keychain_{directory_ / "keychain", "ToviAgent"};
   PermanentVariablesManager variables_{directory_ / "PermanentVariables.plist"};
 };
 

@@ -1,49 +1,63 @@
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "platform/Bundle.h"
-#include "platform/HostFacts.h"
+#include "platform/Network.h"
 #include "platform/linux/KeyValueText.h"
+#include "platform/linux/ResolverList.h"
 #include "tests/support/TestSupport.h"
 
 namespace tovi::test {
 namespace {
 
-using platform::keyValue;
-
 TEST(KeyValueText, QuotesAndEscapesAreResolved) {
   constexpr char kText[] =
       "# NAME=comment\nNAME=plain\r\n  SPACED=\"a b\" \nSINGLE='it \\ is'\nESCAPED=\"a\\\"b\\$\"\n"
       "TWICE=1\nTWICE=2\nEMPTY=\"\"\nOPEN=\"no end\nLAST=\\";
-  const std::vector<std::pair<const char*, std::optional<std::string>>> cases = {
-      {"NAME", "plain"},     {"SPACED", "a b"},       {"SINGLE", "it \\ is"}, {"ESCAPED", "a\"b$"},
-      {"TWICE", "2"},        {"EMPTY", std::nullopt}, {"OPEN", "no end"},     {"LAST", "\\"},
-      {"AME", std::nullopt}, {"NAM", std::nullopt}};
-  for (const auto& [key, value] : cases) EXPECT_EQ(keyValue(kText, key), value) << key;
+  std::string values;
+  for (const char* key :
+       {"NAME", "SPACED", "SINGLE", "ESCAPED", "TWICE", "EMPTY", "OPEN", "LAST", "AME"}) {
+    values += platform::keyValue(kText, key).value_or("none") + "|";
+  }
+  EXPECT_EQ(values, "plain|a b|it \\ is|a\"b$|2|none|no end|\\|none|");
 }
 
-TEST(HostFacts, FirstOfTheStateDirectoriesIsUsed) {
-  setenv("STATE_DIRECTORY", "/first:/second", 1);
-  EXPECT_EQ(platform::stateDirectory(), "/first");
-  unsetenv("STATE_DIRECTORY");
+TEST(ResolverList, KeepsAddressesInOrderWithoutRepetitions) {
+  EXPECT_EQ(
+      platform::resolversOf("#nameserver 192.0.2.9\n;nameserver 192.0.2.9\nnameservers 192.0.2.9\n"
+                            "nameserver\nnameserver 192.0.2\nnameserver 192.0.2.256\n"
+                            "nameserver 192.0.2.9x\nnameserver 2001:db8::1\nsearch a.example\n"
+                            "nameserver\t192.0.2.2 # second\nnameserver 192.0.2.1\r\n"
+                            "nameserver 192.0.2.2\nnameserver 192.0.2.3"),
+      (std::vector<std::string>{"192.0.2.2", "192.0.2.1", "192.0.2.3"}));
+}
+
+TEST(NetworkChanges, StopFromAnotherThreadEndsTheRun) {
+  platform::NetworkChanges changes;
+  ASSERT_TRUE(changes.isOpen());
+  std::thread runner([&] { changes.run([] {}); });
+  changes.stop();
+  runner.join();
+  changes.run([] {});
 }
 
 TEST(Bundle, TellsTheTextsOfItsInformation) {
   const TemporaryDirectory directory;
-  writeFile(directory / "Info.plist",
-            "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>io.tovi</string>"
-            "<key>Count</key><integer>1</integer></dict></plist>");
-  const platform::Bundle bundle(directory.path());
-  EXPECT_EQ(bundle.identifier(), "io.tovi");
-  EXPECT_EQ(bundle.information("Count"), std::nullopt);
-  EXPECT_EQ(bundle.resource("Info", "plist"), directory / "Info.plist");
-  EXPECT_EQ(bundle.resource("Settings", "plist"), std::nullopt);
-}
-
-TEST(Bundle, MalformedInformationIsNone) {
-  const TemporaryDirectory directory;
-  for (const char* contents : {"", "<plist>", "bplist00\xFF\xFF", "<plist><array/></plist>"}) {
-    writeFile(directory / "Info.plist", contents);
-    EXPECT_EQ(platform::Bundle(directory.path()).identifier(), std::nullopt) << contents;
+  const auto bundleOf = [&](const std::string& information) {
+    writeFile(directory / "Info.plist", information);
+    return platform::Bundle(directory.path());
+  };
+  const std::string sound =
+      "<plist><dict><key>CFBundleIdentifier</key><string>io.tovi</string>"
+      "<key>Count</key><integer>1</integer></dict></plist>";
+  EXPECT_EQ(bundleOf(sound).identifier(), "io.tovi");
+  EXPECT_EQ(bundleOf(sound).information("Count"), std::nullopt);
+  EXPECT_EQ(bundleOf(sound).resource("Settings", "plist"), std::nullopt);
+  for (const auto& malformed :
+       {std::string("<plist>"), std::string("bplist00\xFF\xFF"),
+        std::string("<plist><array/></plist>"), sound + std::string(65536, ' ')}) {
+    EXPECT_EQ(bundleOf(malformed).identifier(), std::nullopt) << malformed.substr(0, 60);
   }
 }
 

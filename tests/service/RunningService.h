@@ -3,10 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
-#include <map>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "core/SettingsHandler.h"
 #include "service/ToviAgentXPC.h"
@@ -17,7 +14,6 @@ namespace tovi::test {
 /// be looked at while a service runs on them.
 struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
   ActivationStatus status{"inactive", std::nullopt};
-  std::string stateAfterEnrollment = "active";
   std::map<std::string, std::string> batches;
   std::optional<std::string> statusMessage;
   std::function<void()> onReport = [] {};
@@ -27,7 +23,7 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
   std::map<std::string, std::string> getDNSMessages() override { return batches; }
   std::string setActivationData(const std::string& data) override {
     calls.push_back("enroll " + data);
-    return stateAfterEnrollment;
+    return data == "{}" ? "inactive" : "active";
   }
   std::string messageDeliveryState(const std::string& id, const std::string& result) override {
     calls.push_back("batch " + id + " " + result);
@@ -36,7 +32,7 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
     return "Message received state: " + result;
   }
   std::optional<std::string> getStatusMessage(bool force) override {
-    if (force) return "{\"active\":true,\"agent_version\":\"forced\"}";
+    if (force) return "{\"active\":true}";
     return std::exchange(statusMessage, std::nullopt);
   }
   std::optional<std::string> statusMessageDeliveredState(

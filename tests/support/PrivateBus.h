@@ -1,9 +1,9 @@
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 
 #include "tests/support/TestSupport.h"
 
@@ -18,8 +18,6 @@ class PrivateBus {
   /// that file adds.
   explicit PrivateBus(const std::optional<std::filesystem::path>& policy = std::nullopt);
   ~PrivateBus();
-  PrivateBus(const PrivateBus&) = delete;
-  PrivateBus& operator=(const PrivateBus&) = delete;
 
   const std::string& address() const { return address_; }
   /// Ends the bus, as a crash would.
@@ -28,7 +26,8 @@ class PrivateBus {
  private:
   TemporaryDirectory directory_;
   std::string address_;
-  pid_t process_ = 0;
+  std::FILE* output_ = nullptr;
+  int process_ = 0;
 };
 
 }  // namespace tovi::test

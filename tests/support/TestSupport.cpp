@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace tovi::test {
@@ -21,9 +20,7 @@ TemporaryDirectory::~TemporaryDirectory() {
 
 std::string readFile(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
-  std::ostringstream contents;
-  contents << stream.rdbuf();
-  return contents.str();
+  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 void writeFile(const std::filesystem::path& file, std::string_view contents) {
@@ -35,12 +32,6 @@ void ManualClock::advance(double seconds) {
   now_ += std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds));
 }
 
-std::string ManualClock::currentTime() const { return internetDateTime(now()); }
-
-std::string ManualClock::currentTime(std::string_view pattern) const {
-  return formattedDate(now(), pattern);
-}
-
 Date ManualClock::now() const {
   std::lock_guard lock(mutex_);
   return now_;
@@ -48,11 +39,8 @@ Date ManualClock::now() const {
 
 // A message stands behind "function [line:column]: " and before one space.
 static std::string_view bareMessage(std::string_view logged) {
-  const auto start = logged.find("]: ");
-  if (start == logged.npos) return logged;
-  logged.remove_prefix(start + 3);
-  logged.remove_suffix(logged.ends_with(' ') ? 1 : 0);
-  return logged;
+  const auto start = logged.find("]: ") + 3;
+  return logged.substr(start, logged.size() - start - 1);
 }
 
 LogRecorder::LogRecorder() {
@@ -62,7 +50,9 @@ LogRecorder::LogRecorder() {
   });
 }
 
-LogRecorder::~LogRecorder() { platform::exchangeLogSink({}); }
+LogRecorder::~LogRecorder() {
+  platform::exchangeLogSink({});
+}
 
 std::vector<std::string> LogRecorder::messages() const {
   std::lock_guard lock(mutex_);
@@ -70,14 +60,12 @@ std::vector<std::string> LogRecorder::messages() const {
 }
 
 long LogRecorder::count(std::string_view message) const {
-  const auto all = messages();
-  return std::count(all.begin(), all.end(), message);
+  return std::ranges::count(messages(), message);
 }
 
 bool LogRecorder::hasPrefix(std::string_view prefix) const {
-  const auto all = messages();
-  return std::any_of(all.begin(), all.end(),
-                     [&](const std::string& message) { return message.starts_with(prefix); });
+  return std::ranges::any_of(messages(),
+                             [&](const auto& message) { return message.starts_with(prefix); });
 }
 
 }  // namespace tovi::test

@@ -32,8 +32,10 @@ void writeFile(const std::filesystem::path& file, std::string_view contents);
 class ManualClock : public TimeProviderProtocol {
  public:
   void advance(double seconds);
-  std::string currentTime() const override;
-  std::string currentTime(std::string_view pattern) const override;
+  std::string currentTime() const override { return internetDateTime(now()); }
+  std::string currentTime(std::string_view pattern) const override {
+    return formattedDate(now(), pattern);
+  }
   Date now() const override;
 
  private:
@@ -47,8 +49,6 @@ class LogRecorder {
  public:
   LogRecorder();
   ~LogRecorder();
-  LogRecorder(const LogRecorder&) = delete;
-  LogRecorder& operator=(const LogRecorder&) = delete;
 
   /// The messages so far, without function and position, in order.
   std::vector<std::string> messages() const;

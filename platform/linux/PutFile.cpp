@@ -1,0 +1,46 @@
+#include "platform/linux/PutFile.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "platform/linux/SystemCall.h"
+
+namespace tovi::platform {
+
+namespace {
+
+// The file is its owner's alone until it has its mode.
+void writeNew(const FileDescriptor& directory, const std::string& name,
+              std::span<const std::byte> contents, mode_t mode) {
+  const FileDescriptor file(checkCall(
+      openat(directory.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600), name));
+  while (!contents.empty()) {
+    const auto count = checkCall(write(file.get(), contents.data(), contents.size()), name);
+    contents = contents.subspan(static_cast<std::size_t>(count));
+  }
+  checkCall(fchmod(file.get(), mode), name);
+  checkCall(fsync(file.get()), name);
+}
+
+}  // namespace
+
+void putFile(const FileDescriptor& directory, const std::string& name,
+             std::span<const std::byte> contents, mode_t mode, unsigned renameFlags) {
+  const std::string temporary = "." + name;
+  unlinkat(directory.get(), temporary.c_str(), 0);  // A crash may have left one.
+  try {
+    writeNew(directory, temporary, contents, mode);
+    checkCall(
+        renameat2(directory.get(), temporary.c_str(), directory.get(), name.c_str(), renameFlags),
+        name);
+  } catch (const std::system_error&) {
+    unlinkat(directory.get(), temporary.c_str(), 0);
+    throw;
+  }
+  checkCall(fsync(directory.get()), name);
+}
+
+}  // namespace tovi::platform
