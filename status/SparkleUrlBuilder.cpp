@@ -1,5 +1,6 @@
 #include "status/SparkleUrlBuilder.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace tovi {

@@ -46,7 +46,7 @@ AgentSettings StatusBuilder::settings() const {
 }
 
 std::int64_t StatusBuilder::truncatedVariable(std::string_view key, double fallback) const {
-  return truncated(variables_.getDouble(key).value_or(fallback));
+  return truncated(variables_.getDouble(key).value_or(fallback), key);
 }
 
 namespace {

@@ -8,8 +8,10 @@ namespace tovi {
 
 using Json = nlohmann::ordered_json;
 
-template <typename Settings, typename Member>
-requires std::is_same_v<std::remove_const_t<Settings>, AgentSettings>
+template <typename Type, typename Record>
+concept MaybeConst = std::is_same_v<std::remove_const_t<Type>, Record>;
+
+template <MaybeConst<AgentSettings> Settings, typename Member>
 static void forEachMember(Settings& settings, Member&& member) {
   member("dns_batch_max_delay_seconds", settings.dnsBatchMaxDelaySeconds);
   member("dns_batch_size", settings.dnsBatchSize);
@@ -17,8 +19,7 @@ static void forEachMember(Settings& settings, Member&& member) {
   member("message_timeout_seconds", settings.messageTimeoutSeconds);
 }
 
-template <typename Overview, typename Member>
-requires std::is_same_v<std::remove_const_t<Overview>, HardwareOverview>
+template <MaybeConst<HardwareOverview> Overview, typename Member>
 static void forEachMember(Overview& overview, Member&& member) {
   member("model_name", overview.modelName);
   member("model_identifier", overview.modelIdentifier);
@@ -36,8 +37,7 @@ static void forEachMember(Overview& overview, Member&& member) {
   member("activation_lock", overview.activationLock);
 }
 
-template <typename System, typename Member>
-requires std::is_same_v<std::remove_const_t<System>, SystemInformation>
+template <MaybeConst<SystemInformation> System, typename Member>
 static void forEachMember(System& system, Member&& member) {
   member("name", system.name);
   member("antivirus", system.antivirus);
@@ -50,8 +50,7 @@ static void forEachMember(System& system, Member&& member) {
   member("hardware_overview", system.hardwareOverview);
 }
 
-template <typename Message, typename Member>
-requires std::is_same_v<std::remove_const_t<Message>, StatusMessage>
+template <MaybeConst<StatusMessage> Message, typename Member>
 static void forEachMember(Message& message, Member&& member) {
   member("active", message.active);
   member("agent_version", message.agentVersion);
@@ -88,22 +87,26 @@ struct Writer {
 
 struct Reader {
   static void read(const Json& json, bool& value) { json.get_to(value); }
-  static void read(const Json& json, std::int64_t& value) { json.get_to(value); }
+  // Unlike get_to, which turns fractions and truth values into integers.
+  static void read(const Json& json, std::int64_t& value) {
+    value = json.get_ref<const std::int64_t&>();
+  }
   static void read(const Json& json, std::string& value) { json.get_to(value); }
 
   template <typename Record>
-  static void read(const Json& object, Record& record) {
+  static void read(const Json& json, Record& record) {
+    const auto& object = json.get_ref<const Json::object_t&>();
     forEachMember(record, [&](const char* key, auto& value) { take(object, key, value); });
   }
 
   template <typename Value>
-  static void take(const Json& object, const char* key, Value& value) {
+  static void take(const Json::object_t& object, const char* key, Value& value) {
     read(object.at(key), value);
   }
   template <typename Value>
-  static void take(const Json& object, const char* key, std::optional<Value>& value) {
+  static void take(const Json::object_t& object, const char* key, std::optional<Value>& value) {
     const auto found = object.find(key);
-    if (found != object.end() && !found->is_null()) read(*found, value.emplace());
+    if (found != object.end() && !found->second.is_null()) read(found->second, value.emplace());
   }
 };
 

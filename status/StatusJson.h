@@ -11,8 +11,8 @@ namespace tovi {
 /// out. Throws nlohmann::json::exception for a text that is not UTF-8.
 std::string jsonText(const StatusMessage& message);
 
-/// Reads what `jsonText` writes; unknown members are passed over. Throws nlohmann::json::exception
-/// when the text is no such JSON, a required member is missing, or a member has another type.
+/// Reads what `jsonText` writes; unknown members are passed over. Throws std::exception when the
+/// text is no such JSON, a required member is missing, or a member has another type.
 StatusMessage statusMessageFrom(std::string_view text);
 
 }  // namespace tovi

@@ -114,7 +114,7 @@ std::string StatusKeeper::handleStatusResponse(const std::optional<std::string>&
 }
 
 void StatusKeeper::setPollingInterval(std::int64_t minutes) {
-  const auto seconds = static_cast<double>(multiplied(minutes, 60));
+  const auto seconds = static_cast<double>(multiplied(minutes, 60, "polling_interval_minutes"));
   variables_.save("polling_interval_seconds", PropertyValue{seconds});
   deliveryStatusTimeOutSec_ = seconds;
 }

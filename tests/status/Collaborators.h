@@ -1,14 +1,18 @@
 #pragma once
 
 #include <map>
-#include <string>
+#include <optional>
 #include <utility>
-#include <vector>
 
+#include <gtest/gtest.h>
+
+#include "core/PermanentVariablesManager.h"
+#include "core/SettingsHandler.h"
 #include "core/StatusDaemonProtocol.h"
 #include "events/CommandExecuteProtocol.h"
 #include "events/FilterPropertiesProtocol.h"
 #include "pipeline/PackerPropertiesSetProtocol.h"
+#include "tests/support/TestSupport.h"
 
 namespace tovi::test {
 
@@ -31,7 +35,6 @@ class PlainAgent : public StatusDaemonProtocol {
 /// What the collector's answers changed in the packer and the filter.
 struct ChangedSettings : PackerPropertiesSetProtocol, FilterPropertiesProtocol {
   std::map<std::string, double> values;
-
   void setBatchSize(std::int64_t events) override { values["size"] = static_cast<double>(events); }
   void setBatchDelay(double seconds) override { values["delay"] = seconds; }
   void setMessageTimeoutSec(double seconds) override { values["timeout"] = seconds; }
@@ -48,6 +51,17 @@ struct CannedExecutor : CommandExecuteProtocol {
     calls.back().insert(calls.back().begin(), launchPath);
     return output;
   }
+};
+
+/// What every part of the status side reads from.
+class StatusTest : public testing::Test {
+ protected:
+  LogRecorder log_;
+  ManualClock clock_;
+  TemporaryDirectory directory_;
+  PermanentVariablesManager variables_{directory_ / "variables.plist"};
+  SettingsHandler settings_{{}};
+  PlainAgent agent_;
 };
 
 }  // namespace tovi::test

@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
 #include "Output.h"
 #include "Verbs.h"
@@ -76,12 +74,21 @@ static std::string personText(const StatusMessage& message) {
   return aligned(rows);
 }
 
+static std::string personText(const std::string& message) {
+  try {
+    return personText(statusMessageFrom(message));
+  } catch (const std::exception&) {
+    throw std::runtime_error("the daemon's status message cannot be read");
+  }
+}
+
 int runStatus(const CommandLine& line) {
   const auto message = Agent().statusMessage(line.has("--force"));
   if (line.has("--json")) {
     writeOut(message.value_or("null") + "\n");
   } else {
-    writeOut(message ? personText(statusMessageFrom(*message)) : "No status message is due.\n");
+    writeOut(message ? personText(*message)
+                     : "No status message is due; --force fetches one in any case.\n");
   }
   return kDone;
 }

@@ -111,7 +111,7 @@ daemon's reply.
 
   MESSAGE_ID  a batch's identifier, with the STATE "Ok" or "Nok";
               or "status_message", with the STATE "AgentDeliveredCompleted" or
-              "AgentFailDelivered"
+              "AgentFailDelivered"; any other STATE changes nothing
   DATA_FILE   the collector's answer to the status message: a JSON object that
               may change the agent's state and settings; - stands for standard
               input

@@ -16,7 +16,11 @@ static constexpr const char* kExitStatusHelp = R"(EXIT STATUS
   4  the bus refuses access: only root and the group "tovi" may call
 )";
 
-static constexpr const char* kExamplesHelp = R"(
+static constexpr const char* kMoreHelp = R"(
+ENVIRONMENT
+  TOVI_RESOURCES_DIR  the directory of the daemon's Info.plist, which names the
+                      service on the bus; where it was installed when not set
+
 EXAMPLES
   tovictl enroll --uuid 0a1b2c3d --key-file /root/agent.key
   tovictl follow | logger -t dns
@@ -30,7 +34,7 @@ static std::string generalHelp() {
          "SYNOPSIS\n  tovictl VERB [OPTION...] [ARGUMENT...]\n\nVERBS\n" +
          aligned(rows) +
          "\nEvery verb takes --json, for output that programs read, and --help.\n\n" +
-         kExitStatusHelp + kExamplesHelp;
+         kExitStatusHelp + kMoreHelp;
 }
 
 static std::string helpOf(const Verb& verb) {
@@ -80,13 +84,19 @@ static int exitStatusOf(platform::ServiceError::Kind kind) {
   return kind == platform::ServiceError::AccessDenied ? kAccessDenied : kFailed;
 }
 
+// The bus's own words on a refusal list its rules, not the remedy.
+static std::string describe(const platform::ServiceError& fault) {
+  if (fault.kind != platform::ServiceError::AccessDenied) return fault.what();
+  return "access denied: only root and the group \"tovi\" may call the daemon";
+}
+
 static int guardedRun(const std::vector<std::string>& arguments) {
   try {
     return runProgram(arguments);
   } catch (const UsageError& fault) {
     return complain(std::string(fault.what()) + "; see tovictl --help", kWrongUsage);
   } catch (const platform::ServiceError& fault) {
-    return complain(fault.what(), exitStatusOf(fault.kind));
+    return complain(describe(fault), exitStatusOf(fault.kind));
   } catch (const std::exception& fault) {
     return complain(fault.what(), kFailed);
   }
