@@ -109,8 +109,10 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
       timeoutTimer_(propertyManager_.getDouble("check_packer_messages_timeout_sec").value_or(60.0)),
       interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }) {
   publishFeedUrl();
-  packetReceiver_.setMessageBuilder(&messageBuilder_);
   interfacesChecker_.uploadInterfacesList();
+  // Capture may run since the agent controller was built. Nothing can fail from here on, so the
+  // message builder stays until the destructor has stopped it.
+  packetReceiver_.setMessageBuilder(&messageBuilder_);
 }
 
 void DaemonBuilder::publishFeedUrl() {

@@ -1,34 +1,22 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
-#include <memory>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
-#include "capture/PacketHandler.h"
+#include "capture/CaptureRing.h"
 
 namespace tovi {
-
-/// Why an interface cannot be captured. The text's first line is the failure, its second the
-/// capture library's reason.
-class CaptureDeviceError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 /// Captures the packets from and to port 53 of one interface, in both directions, on a thread of
 /// its own. Frames that wait are kept in two rings in the kernel: thousands of short ones and a few
 /// that are as long as a packet can be, since every place in a ring takes the room of its longest
-/// packet. Short frames are handed out before long ones, else in their order.
+/// packet. Each kind keeps its order, and a long frame comes behind the short ones that were there
+/// before it, since these may hold the query that it answers.
 class CaptureDevice {
  public:
-  /// Takes each frame, on the capture thread. Must not throw.
-  using FrameHandler = std::function<void(const CapturedFrame&)>;
-
-  /// Opens the interface; throws CaptureDeviceError. On the loopback interface, where each packet
-  /// leaves and arrives, only those that arrive are captured.
+  /// Opens the interface, as CaptureRing does; throws CaptureDeviceError. `handler` takes each
+  /// frame, on the capture thread, and must not throw.
   CaptureDevice(const std::string& interfaceName, bool isLoopback, FrameHandler handler);
   /// Stops.
   ~CaptureDevice();
@@ -39,14 +27,17 @@ class CaptureDevice {
   void stop();
 
  private:
-  class Ring;
-  struct Rings;
-
   void run();
+  void wait(bool forFrames);
   bool drain();
 
+  // Only on the capture thread.
   const FrameHandler handler_;
-  std::unique_ptr<Rings> rings_;
+  CaptureRing shortFrames_;
+  CaptureRing longFrames_;
+
+  /// Readable once the capture thread is to stop.
+  const int wakeUp_;
   std::atomic<bool> stopping_ = false;
   std::thread thread_;
 };

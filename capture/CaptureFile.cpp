@@ -1,6 +1,6 @@
 #include "capture/CaptureFile.h"
 
-#include <pcap/pcap.h>
+#include "capture/PcapFrame.h"
 
 namespace tovi {
 
@@ -33,12 +33,7 @@ bool CaptureFile::next(CapturedFrame& frame) {
   const int result = pcap_next_ex(native_->pcap, &header, &bytes);
   if (result == PCAP_ERROR_BREAK) return false;
   if (result != 1) throw CaptureFileError(native_->name + ": " + pcap_geterr(native_->pcap));
-  frame.linkType = pcap_datalink(native_->pcap);
-  frame.bytes = {reinterpret_cast<const std::byte*>(bytes), header->caplen};
-  // With nanosecond precision, the field for microseconds holds nanoseconds.
-  frame.time = std::chrono::system_clock::time_point(
-      std::chrono::duration_cast<std::chrono::system_clock::duration>(
-          std::chrono::seconds(header->ts.tv_sec) + std::chrono::nanoseconds(header->ts.tv_usec)));
+  frame = pcapFrame(native_->pcap, *header, bytes);
   return true;
 }
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "capture/PacketHandler.h"
+#include "capture/CapturedFrame.h"
 
 namespace tovi {
 

@@ -187,8 +187,9 @@ std::string_view DnsMessage::nameText(const std::uint8_t* name) {
 }
 
 std::string_view DnsMessage::dataText(const Record& record) {
-  // Updates and some of their answers carry records without data (RFC 2136, section 2.4).
-  if (record.data().empty()) return {};
+  // Such are the records of updates (RFC 2136, section 2.4), and whatever a server makes so of a
+  // type without fields. The text is that of RFC 3597, section 5, since a blank one would be lost.
+  if (record.data().empty()) return "\\# 0";
   if (isSingleName(record.set.type)) return printName(record.data().data(), dataName_);
   return dumpedText(record);
 }

@@ -1,24 +1,14 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 
-namespace tovi {
+#include "capture/CapturedFrame.h"
 
-/// One captured frame, borrowed for the duration of a call.
-struct CapturedFrame {
-  /// The link type, a LINKTYPE_ or DLT_ number of pcap-linktype(7).
-  int linkType;
-  /// The bytes that were captured, possibly fewer than were on the wire.
-  std::span<const std::byte> bytes;
-  std::chrono::system_clock::time_point time;
-};
+namespace tovi {
 
 /// Turns the frames of one interface, in their order, into DNS record texts. Holds the TCP
 /// connections that are being joined. One thread at a time.

@@ -9,6 +9,7 @@
 #include <pcap/pcap.h>
 
 #include "capture/CaptureDevice.h"
+#include "capture/PacketHandler.h"
 #include "capture/RecordText.h"
 #include "platform/Network.h"
 #include "platform/ProcessLookup.h"
@@ -66,8 +67,7 @@ std::string dnsServerList() {
 }
 
 /// Null when the interface cannot be captured, which is told on standard error.
-std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface,
-                                          CaptureDevice::FrameHandler handler) {
+std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface, FrameHandler handler) {
   try {
     return std::make_unique<CaptureDevice>(interface.name, interface.isLoopback,
                                            std::move(handler));

@@ -39,15 +39,15 @@ class Items {
   bool nextIs(const std::string& key) const {
     return at_ < items_.size() && items_[at_].starts_with(key + "!");
   }
-  /// The value of the next item, which must have this key, this many fields, and no empty one but
-  /// the first.
+  /// The value of the next item, which must have this key and, unless `fields` is 0, this many
+  /// fields, none of them empty.
   std::string_view take(const std::string& key, std::size_t fields) {
     require(nextIs(key));
     const std::string_view value = items_[at_++].substr(key.size() + 1);
     require(value.find('!') == value.npos);
     const auto parts = split(value, ';');
     require(fields == 0 || parts.size() == fields);
-    for (std::size_t i = 1; i < fields; ++i) require(!parts[i].empty());
+    for (const auto part : parts) require(fields == 0 || !part.empty());
     return value;
   }
   void takeNumbered(const std::string& key, std::size_t fields) {

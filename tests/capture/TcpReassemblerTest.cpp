@@ -8,169 +8,114 @@ namespace {
 
 constexpr unsigned kSyn = 2, kRst = 4;
 
-/// A message of `size` octets with a plausible header, told from others by `id`.
-std::string message(unsigned id, std::size_t size = 40) {
+/// A message of `size` octets with a plausible header, told from others by `id`, and its length.
+std::string framed(unsigned id, std::size_t size = 40) {
   std::string text = dnsMessage(id, 0x8180, {"x"});
   text.resize(size, static_cast<char>('a' + id % 26));
-  return text;
+  return u16(size) + text;
 }
 
-std::string framed(const std::string& text) {
-  return u16(static_cast<unsigned>(text.size())) + text;
-}
-
-class TcpReassemblerTest : public testing::Test {
- protected:
-  void give(std::uint32_t sequence, const std::string& payload, unsigned flags = 0,
-            std::size_t missing = 0) {
-    streams_.add({.flow = flow_,
-                  .sequence = sequence,
-                  .syn = (flags & kSyn) != 0,
-                  .rst = (flags & kRst) != 0,
-                  .payload = asBytes(payload),
-                  .missing = missing},
-                 TcpReassembler::Time(std::chrono::seconds(second_)));
-  }
-  void connect(std::uint32_t initial = 99) { give(initial, "", kSyn); }
-
-  Flow flow_{.source = {}, .destination = {}, .sourcePort = 53, .destinationPort = 4000};
-  int second_ = 0;
-  std::vector<std::string> messages_;
-  int lost_ = 0;
-  TcpReassembler streams_{[this](auto bytes) {
-                            messages_.emplace_back(reinterpret_cast<const char*>(bytes.data()),
-                                                   bytes.size());
-                          },
-                          [this] { ++lost_; }};
+struct Segment {
+  std::uint32_t sequence;
+  std::string payload;
+  unsigned flags = 0;
+  std::size_t missing = 0;
+  int second = 0;
 };
 
-using Messages = std::vector<std::string>;
+Segment at(std::uint32_t sequence, const std::string& payload, unsigned flags = 0) {
+  return {.sequence = sequence, .payload = payload, .flags = flags};
+}
 
-TEST_F(TcpReassemblerTest, MessagesAreJoinedWhateverTheSegmentsAre) {
-  const std::string stream = framed(message(1)) + framed(message(2)) + framed(message(3, 300));
-  for (const std::size_t size : {std::size_t{1}, std::size_t{7}, std::size_t{43}, stream.size()}) {
-    flow_.sourcePort = static_cast<std::uint16_t>(size);
-    messages_.clear();
-    connect(0xffffff00 - 1);
-    for (std::size_t at = 0; at < stream.size(); at += size) {
-      give(0xffffff00 + static_cast<std::uint32_t>(at), stream.substr(at, size));
+class Streams {
+ public:
+  void give(const Segment& segment, unsigned port = 53) {
+    streams_.add({.flow = {{}, {}, static_cast<std::uint16_t>(port), 4000},
+                  .sequence = segment.sequence,
+                  .syn = (segment.flags & kSyn) != 0,
+                  .rst = (segment.flags & kRst) != 0,
+                  .payload = asBytes(segment.payload),
+                  .missing = segment.missing},
+                 TcpReassembler::Time(std::chrono::seconds(segment.second)));
+  }
+
+  std::string messages;
+  std::size_t count = 0;
+  int lost = 0;
+
+ private:
+  void take(std::span<const std::byte> bytes) {
+    ++count;
+    messages += u16(bytes.size());
+    messages.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  }
+
+  TcpReassembler streams_{[this](auto bytes) { take(bytes); }, [this] { ++lost; }};
+};
+
+TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {
+  const std::string a = framed(1), b = framed(2), c = framed(3, 500), stream = a + b + c;
+  const Segment syn = at(99, "", kSyn), front = at(100, a.substr(0, 20));
+  const struct {
+    const char* name;
+    std::vector<Segment> segments;
+    std::string messages;
+    int lost = 0;
+  } cases[] = {
+      {"out of order, first come counts",
+       {syn, at(130, stream.substr(30, 20)), at(110, stream.substr(10, 30)), at(120, "?????????"),
+        at(145, stream.substr(45)), at(100, stream.substr(0, 10)), at(100, stream)},
+       stream},
+      {"begins in its middle",
+       {at(140, c.substr(40)), at(602, a + b.substr(0, 30)), at(674, b.substr(30))},
+       a + b},
+      {"cut by the capture", {syn, {100, stream.substr(0, 100), 0, 486}, at(686, a)}, a + b + a, 1},
+      {"cut across a message", {syn, {100, a.substr(0, 20), 0, 30}, at(151, c)}, c, 1},
+      {"length below a header", {syn, at(100, std::string(99, '\0')), at(199, b)}, b, 1},
+      {"reset", {syn, front, at(120, "", kRst), at(120, a.substr(20)), at(200, b)}, b},
+      {"same ports again", {syn, front, at(4999, "", kSyn), at(5000, b)}, b},
+      {"idle", {syn, front, {120, a.substr(20), 0, 0, 31}}, ""}};
+  for (const auto& [name, segments, messages, lost] : cases) {
+    Streams streams;
+    for (const auto& segment : segments) streams.give(segment);
+    EXPECT_EQ(streams.messages, messages) << name;
+    EXPECT_EQ(streams.lost, lost) << name;
+  }
+}
+
+TEST(TcpReassemblerTest, SegmentsOfAnySizeAndWrappingSequenceAreJoined) {
+  const std::string stream = framed(1) + framed(2) + framed(3, 300);
+  for (const unsigned size : {1U, 7U, 43U, 386U}) {
+    Streams streams;
+    streams.give(at(0xfffffeff, "", kSyn));
+    for (unsigned done = 0; done < stream.size(); done += size) {
+      streams.give(at(0xffffff00 + done, stream.substr(done, size)));
     }
-    EXPECT_EQ(messages_, (Messages{message(1), message(2), message(3, 300)})) << size;
+    EXPECT_EQ(streams.messages, stream) << size;
   }
 }
 
-TEST_F(TcpReassemblerTest, OutOfOrderAndRepeatedSegmentsCountOnce) {
-  const std::string stream = framed(message(1)) + framed(message(2));
-  connect();
-  give(130, stream.substr(30, 20));
-  give(110, std::string(10, '!') + stream.substr(20, 20));
-  give(120, std::string(20, '?'));
-  give(145, stream.substr(45));
-  EXPECT_TRUE(messages_.empty());
-  give(100, stream.substr(0, 10));
-  give(100, stream);
-  std::string expected = message(1);
-  expected.replace(8, 10, 10, '!');
-  EXPECT_EQ(messages_, (Messages{expected, message(2)}));
-  EXPECT_EQ(lost_, 0);
-}
-
-TEST_F(TcpReassemblerTest, ConnectionSeenInItsMiddleBeginsAtTheNextMessage) {
-  const std::string first = framed(message(1, 90));
-  give(1040, first.substr(40));
-  give(1092, framed(message(2)) + framed(message(3, 60)).substr(0, 30));
-  give(1092 + 42 + 30, framed(message(3, 60)).substr(30));
-  EXPECT_EQ(messages_, (Messages{message(2), message(3, 60)}));
-}
-
-TEST_F(TcpReassemblerTest, CaptureThatCutASegmentCostsOneMessage) {
-  connect();
-  const std::string stream = framed(message(1)) + framed(message(2, 500)) + framed(message(3));
-  give(100, stream.substr(0, 100), 0, 200);
-  give(400, stream.substr(300));
-  EXPECT_EQ(messages_, (Messages{message(1), message(3)}));
-  EXPECT_EQ(lost_, 1);
-}
-
-TEST_F(TcpReassemblerTest, LostSegmentIsPassedOverOnceTooMuchWaits) {
-  connect();
-  const std::string big = framed(message(1, 60000));
-  give(100, big.substr(0, 1000));
-  std::uint32_t at = 100 + 2000;
-  give(at, big.substr(2000));
-  at += static_cast<std::uint32_t>(big.size() - 2000);
-  for (unsigned id = 2; id < 12; ++id, at += 1002) give(at, framed(message(id, 1000)));
-  EXPECT_EQ(messages_.size(), 10U);
-  EXPECT_EQ(messages_.front(), message(2, 1000));
-  EXPECT_EQ(lost_, 1);
-}
-
-TEST_F(TcpReassemblerTest, GapAcrossAMessagesStartResumesAtAPlausibleSegment) {
-  connect();
-  give(150, "the middle of something");
-  std::uint32_t at = 200;
-  for (unsigned id = 0; id < 70; ++id, at += 44) give(at, framed(message(id, 42)));
-  EXPECT_EQ(messages_.size(), 70U);
-  EXPECT_EQ(lost_, 1);
-}
-
-TEST_F(TcpReassemblerTest, LengthBelowAHeaderEndsTheStreamOnce) {
-  connect();
-  give(100, std::string(1000, '\0'));
-  EXPECT_EQ(lost_, 1);
-  give(1100, framed(message(4)));
-  EXPECT_EQ(messages_, Messages{message(4)});
-}
-
-TEST_F(TcpReassemblerTest, ResetForgetsAndNewConnectionOnTheSamePortsBegins) {
-  connect();
-  give(100, framed(message(1)).substr(0, 20));
-  give(120, "", kRst);
-  give(120, framed(message(1)).substr(20));
-  connect(5000);
-  give(5001, framed(message(2)));
-  connect(9000);
-  give(9001, framed(message(3)));
-  EXPECT_EQ(messages_, (Messages{message(2), message(3)}));
-}
-
-TEST_F(TcpReassemblerTest, IdleStreamIsForgotten) {
-  connect();
-  give(100, framed(message(1)).substr(0, 20));
-  second_ = 31;
-  give(120, framed(message(1)).substr(20));
-  EXPECT_TRUE(messages_.empty());
-}
-
-TEST_F(TcpReassemblerTest, LeastRecentlyUsedStreamsMakeRoom) {
-  const std::string stream = framed(message(1));
-  for (unsigned port = 0; port <= TcpReassembler::kMaxStreams; ++port) {
-    flow_.sourcePort = static_cast<std::uint16_t>(port);
-    connect();
-    give(100, stream.substr(0, 10));
-    flow_.sourcePort = 0;
-    if (port < 5) give(100, stream.substr(0, 10));
+TEST(TcpReassemblerTest, LostSegmentIsPassedOverOnceTooMuchWaits) {
+  for (const unsigned size : {1000U, 40U}) {
+    Streams streams;
+    streams.give(at(99, framed(1, 60000).substr(0, 1000), kSyn));
+    for (unsigned i = 0; i < 70; ++i) streams.give(at(62102 + i * (size + 2), framed(i, size)));
+    EXPECT_EQ(streams.count, 70U) << size;
+    EXPECT_EQ(streams.lost, 1) << size;
   }
-  for (unsigned port = 0; port <= TcpReassembler::kMaxStreams; ++port) {
-    flow_.sourcePort = static_cast<std::uint16_t>(port);
-    give(110, stream.substr(10));
-  }
-  EXPECT_EQ(messages_.size(), TcpReassembler::kMaxStreams);
 }
 
-TEST_F(TcpReassemblerTest, MemoryOfAllStreamsIsBounded) {
-  const std::string big = framed(message(1, 60000));
-  for (unsigned port = 0; port < 400; ++port) {
-    flow_.sourcePort = static_cast<std::uint16_t>(port);
-    connect();
-    give(100, big.substr(0, 59000));
-  }
-  for (unsigned port = 0; port < 400; ++port) {
-    flow_.sourcePort = static_cast<std::uint16_t>(port);
-    give(100 + 59000, big.substr(59000));
-  }
-  EXPECT_GT(messages_.size(), 100U);
-  EXPECT_LE(messages_.size() * 59000, TcpReassembler::kMaxMemory);
+TEST(TcpReassemblerTest, StreamsAreBoundedInNumberAndMemory) {
+  const auto completed = [](unsigned count, unsigned size) {
+    Streams streams;
+    const std::string stream = framed(1, size);
+    for (unsigned i = 0; i < count; ++i) streams.give(at(99, stream.substr(0, size), kSyn), i);
+    for (unsigned i = 0; i < count; ++i) streams.give(at(100 + size, stream.substr(size)), i);
+    return streams.count;
+  };
+  EXPECT_EQ(completed(TcpReassembler::kMaxStreams + 5, 40), TcpReassembler::kMaxStreams);
+  EXPECT_GT(completed(400, 60000), 100U);
+  EXPECT_LE(completed(400, 60000) * 60000, TcpReassembler::kMaxMemory);
 }
 
 }  // namespace

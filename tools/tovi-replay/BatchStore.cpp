@@ -1,24 +1,16 @@
 #include "tools/tovi-replay/BatchStore.h"
 
 namespace tovi::replay {
-namespace {
 
-// The daemon's, unless it is told otherwise.
-constexpr double kRepetitionInterval = 300.0;
-constexpr std::chrono::seconds kBatchDelay(50);
-
-std::filesystem::path madeDirectory(const std::filesystem::path& directory) {
+static std::filesystem::path madeDirectory(const std::filesystem::path& directory) {
   std::filesystem::create_directories(directory);
   return std::filesystem::canonical(directory);
 }
-
-}  // namespace
 
 BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, ReplayClock& clock)
     : directory_(madeDirectory(options.storeDirectory)),
       counts_(counts),
       clock_(clock),
-      variables_(directory_ / "PermanentVariables.plist"),
       keychain_(directory_ / "keychain", "ToviAgent"),
       protector_(keychain_),
       coreData_(directory_ / "store", executor_, false),
@@ -29,15 +21,15 @@ BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, Repla
       filter_(repetitions_, counts),
       packer_(variables_, batches_, clock, settings_, filter_) {
   checkKey();
-  repetitions_.setMessageTimeoutSec(options.repetitionInterval.value_or(kRepetitionInterval));
+  repetitions_.setMessageTimeoutSec(
+      options.repetitionInterval.value_or(repetitions_.kDefaultTimeoutSeconds));
   packer_.setBatchSize(options.batchSize);
-  packer_.setBatchDelay(std::chrono::duration<double>(kBatchDelay).count());
 }
 
 // The protector carries on with a key that could not be kept; here that would make a store that
 // nobody can ever read.
 void BatchStore::checkKey() const {
-  if (keychain_.read("tovi_agent_key")) return;
+  if (keychain_.read(protector_.kKeyAccount)) return;
   throw std::runtime_error((directory_ / "keychain").string() + ": the key cannot be kept there");
 }
 
@@ -52,7 +44,7 @@ void BatchStore::begin() {
 }
 
 void BatchStore::finish() {
-  clock_.advance(kBatchDelay);
+  clock_.advance(packer_.kDefaultBatchDelaySeconds);
   packer_.closeBatchIfDue();
 }
 

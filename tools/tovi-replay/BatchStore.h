@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/KeychainHelper.h"
-#include "core/PermanentVariablesManager.h"
 #include "core/SettingsHandler.h"
 #include "events/RepetitionsRemovalMessageFilter.h"
 #include "pipeline/CoreDataManager.h"
@@ -12,6 +11,7 @@
 #include "tools/tovi-replay/CountingFilter.h"
 #include "tools/tovi-replay/CountingPersistence.h"
 #include "tools/tovi-replay/EventDestination.h"
+#include "tools/tovi-replay/NoVariables.h"
 #include "tools/tovi-replay/PreservingExecutor.h"
 #include "tools/tovi-replay/ReplayClock.h"
 #include "tools/tovi-replay/ReplayOptions.h"
@@ -27,7 +27,6 @@ class BatchStore : public EventDestination {
   BatchStore(const ReplayOptions& options, ReplayCounts& counts, ReplayClock& clock);
 
   void addMessage(ToviDNSEventPointer event) override;
-  SavePropertyManagerProtocol& variables() override { return variables_; }
   void begin() override;
   void finish() override;
 
@@ -38,7 +37,7 @@ class BatchStore : public EventDestination {
   ReplayCounts& counts_;
   ReplayClock& clock_;
   SettingsHandler settings_{{}};
-  PermanentVariablesManager variables_;
+  NoVariables variables_;
   KeychainHelper keychain_;
   CryptoDataProtector protector_;
   PreservingExecutor executor_;

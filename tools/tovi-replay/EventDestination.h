@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/SavePropertyManagerProtocol.h"
 #include "events/MessagePackerProtocol.h"
 
 namespace tovi::replay {
@@ -8,8 +7,6 @@ namespace tovi::replay {
 /// Where the finished events of a run go. One thread.
 class EventDestination : public MessagePackerProtocol {
  public:
-  /// The variables that go with it.
-  virtual SavePropertyManagerProtocol& variables() = 0;
   /// The clock now shows the time of the first packet.
   virtual void begin() = 0;
   /// The last packet was replayed. May move the clock.

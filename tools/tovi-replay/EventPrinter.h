@@ -4,7 +4,7 @@
 #include "tools/tovi-replay/CountingFilter.h"
 #include "tools/tovi-replay/EventDestination.h"
 #include "tools/tovi-replay/LineOutput.h"
-#include "tools/tovi-replay/MemoryVariables.h"
+#include "tools/tovi-replay/NoVariables.h"
 
 namespace tovi::replay {
 
@@ -16,7 +16,6 @@ class EventPrinter : public EventDestination {
                std::optional<double> repetitionInterval);
 
   void addMessage(ToviDNSEventPointer event) override;
-  SavePropertyManagerProtocol& variables() override { return variables_; }
   void begin() override {}
   void finish() override {}
 
@@ -24,7 +23,7 @@ class EventPrinter : public EventDestination {
   LineOutput& output_;
   ReplayCounts& counts_;
   const bool filters_;
-  MemoryVariables variables_;
+  NoVariables variables_;
   RepetitionsRemovalMessageFilter repetitions_;
   CountingFilter filter_{repetitions_, counts_};
 };

@@ -46,7 +46,7 @@ Replay::Replay(ReplayOptions options)
       }),
       destination_(makeDestination()),
       container_(kPendingEvents),
-      builder_({*destination_, clock_, host_, host_, destination_->variables(), container_, host_},
+      builder_({*destination_, clock_, host_, host_, variables_, container_, host_},
                undesiredDomains(options_.collectorHost)) {}
 
 std::unique_ptr<EventDestination> Replay::makeDestination() {

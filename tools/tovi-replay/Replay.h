@@ -8,6 +8,7 @@
 #include "tools/tovi-replay/EventDestination.h"
 #include "tools/tovi-replay/LineOutput.h"
 #include "tools/tovi-replay/LogPrinter.h"
+#include "tools/tovi-replay/NoVariables.h"
 #include "tools/tovi-replay/Progress.h"
 #include "tools/tovi-replay/ReplayClock.h"
 #include "tools/tovi-replay/ReplayCounts.h"
@@ -41,6 +42,7 @@ class Replay {
   ReplayCounts counts_;
   ReplayClock clock_;
   ReplayHost host_;
+  NoVariables variables_;
   LineOutput output_;
   Progress progress_;
   LogPrinter log_;

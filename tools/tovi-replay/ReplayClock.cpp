@@ -13,8 +13,8 @@ void ReplayClock::set(Date now) {
   now_ = std::clamp(now, kEarliest, kLatest);
 }
 
-void ReplayClock::advance(std::chrono::seconds duration) {
-  now_ += duration;
+void ReplayClock::advance(double seconds) {
+  now_ += std::chrono::round<Date::duration>(std::chrono::duration<double>(seconds));
 }
 
 std::string ReplayClock::currentTime() const {

@@ -10,7 +10,7 @@ class ReplayClock : public TimeProviderProtocol {
   /// A time before 1970 or after 2200 becomes the nearer of the two, so that no sum or difference
   /// of times overflows whatever a file claims.
   void set(Date now);
-  void advance(std::chrono::seconds duration);
+  void advance(double seconds);
 
   std::string currentTime() const override;
   std::string currentTime(std::string_view pattern) const override;

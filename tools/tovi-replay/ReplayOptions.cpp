@@ -133,10 +133,9 @@ OPTIONS
       Print nothing, but drop repetitions, pack the events into batches, seal
       these and store them as the daemon does with its defaults: a repetition
       interval of 300 seconds, batches of 20 events and of 50 seconds at most.
-      DIR is made when it does not exist; it holds the messages in "store",
-      the key that seals them in "keychain", and "PermanentVariables.plist".
-      Batches are added to those of earlier runs. A store that is damaged is
-      left as it is, and the run fails.
+      DIR is made when it does not exist; it holds the messages in "store" and
+      the key that seals them in "keychain". Batches are added to those of
+      earlier runs. A store that is damaged is left as it is, and the run fails.
 
   --repetition-interval S
       Report a name again only when S seconds have passed since it was last

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "pipeline/MessagePacker.h"
+
 namespace tovi::replay {
 
 /// A command line that cannot be carried out; the text says why.
@@ -28,7 +30,7 @@ struct ReplayOptions {
   std::filesystem::path storeDirectory;
   /// Seconds.
   std::optional<double> repetitionInterval;
-  std::int64_t batchSize = 20;
+  std::int64_t batchSize = MessagePacker::kDefaultBatchSize;
   std::string collectorHost;
   bool quiet = false;
   std::vector<std::filesystem::path> files;

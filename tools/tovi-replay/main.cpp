@@ -25,7 +25,7 @@ int carryOut(ReplayOptions options) {
     case ReplayOptions::Task::showHelp:
       return std::fputs(kHelpText, stdout) < 0 ? kFailed : kDone;
     case ReplayOptions::Task::showVersion:
-      return std::puts("tovi-replay " TOVI_VERSION) < 0;
+      return std::puts("tovi-replay " TOVI_VERSION) < 0 ? kFailed : kDone;
     case ReplayOptions::Task::replay:
       break;
   }
