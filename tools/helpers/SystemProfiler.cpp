@@ -9,8 +9,8 @@
 namespace {
 
 // Keeps the machine identifier itself to the machine, as machine-id(5) asks for.
-constexpr sd_id128_t kApplication =
-    SD_ID128_MAKE(6f, 5b, 1d, c2, 90, 47, 4e, 3a, 8c, e1, 27, d4, b8, 09, 5a, f3);
+constexpr sd_id128_t kApplication = {{0x6F, 0x5B, 0x1D, 0xC2, 0x90, 0x47, 0x4E, 0x3A, 0x8C, 0xE1,
+                                      0x27, 0xD4, 0xB8, 0x09, 0x5A, 0xF3}};
 
 std::string machineUuid() {
   sd_id128_t machine = {};
