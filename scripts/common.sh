@@ -10,7 +10,8 @@ build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsyst
                 libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev)
 run_packages=(dbus-daemon lsof dnsmasq-base)
 run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
-test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema)
+# systemd for its busctl, which the tests drive the service with.
+test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema systemd)
 check_packages=(git clang clang-format libclang-rt-14-dev)
 
 as_root() {
