@@ -5,11 +5,24 @@
 #include "platform/Bundle.h"
 #include "platform/Network.h"
 #include "platform/linux/KeyValueText.h"
+#include "platform/linux/LogLine.h"
 #include "platform/linux/ResolverList.h"
 #include "tests/support/TestSupport.h"
 
 namespace tovi::test {
 namespace {
+
+TEST(LogLine, CarriesSeverityWordAndOrigin) {
+  for (const auto& [severity, word] :
+       {std::pair(7, "debug"), {6, "info"}, {5, "notice"}, {3, "error"}}) {
+    EXPECT_EQ(platform::logLine({severity, "Sub", "main", "text", "file.cpp", 1, "f()"}),
+              word + std::string(" Sub[main] text\n"));
+    EXPECT_EQ(platform::leastSeverity(word), severity);
+  }
+  for (const char* name : {"", "loud", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(platform::leastSeverity(name), 6);
+  }
+}
 
 TEST(KeyValueText, QuotesAndEscapesAreResolved) {
   constexpr char kText[] =
