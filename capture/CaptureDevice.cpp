@@ -1,8 +1,7 @@
 #include "capture/CaptureDevice.h"
 
-#include <array>
+#include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 #include <utility>
 
@@ -38,14 +37,14 @@ CaptureDevice::CaptureDevice(const std::string& interfaceName, bool isLoopback,
         if (!stopping_) handler(frame);
       }),
       shortFrames_(interfaceName, isLoopback, shortRing()),
-      longFrames_(interfaceName, isLoopback, longRing()),
-      wakeUp_(eventfd(0, EFD_CLOEXEC)) {
-  if (wakeUp_ < 0) throw CaptureDeviceError("Cannot open device");
+      longFrames_(interfaceName, isLoopback, longRing()) {
+  if (pipe(wakeUp_.data()) != 0) throw CaptureDeviceError("Cannot open device");
+  for (const int end : wakeUp_) fcntl(end, F_SETFD, FD_CLOEXEC);
 }
 
 CaptureDevice::~CaptureDevice() {
   stop();
-  close(wakeUp_);
+  for (const int end : wakeUp_) close(end);
 }
 
 void CaptureDevice::start() {
@@ -55,7 +54,7 @@ void CaptureDevice::start() {
 void CaptureDevice::stop() {
   if (!thread_.joinable()) return;
   stopping_ = true;
-  eventfd_write(wakeUp_, 1);
+  close(std::exchange(wakeUp_[1], -1));
   thread_.join();
 }
 
@@ -70,7 +69,7 @@ void CaptureDevice::run() {
 
 /// Waits for frames or for the end; without `forFrames`, for the end or a second.
 void CaptureDevice::wait(bool forFrames) {
-  std::array<pollfd, 3> waiting = {{{wakeUp_, POLLIN, 0},
+  std::array<pollfd, 3> waiting = {{{wakeUp_[0], POLLIN, 0},
                                     {shortFrames_.descriptor(), POLLIN, 0},
                                     {longFrames_.descriptor(), POLLIN, 0}}};
   poll(waiting.data(), forFrames ? waiting.size() : 1, forFrames ? -1 : 1000);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -36,8 +37,8 @@ class CaptureDevice {
   CaptureRing shortFrames_;
   CaptureRing longFrames_;
 
-  /// Readable once the capture thread is to stop.
-  const int wakeUp_;
+  /// A pipe whose reading end is readable once the capture thread is to stop.
+  std::array<int, 2> wakeUp_ = {-1, -1};
   std::atomic<bool> stopping_ = false;
   std::thread thread_;
 };

@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <cstring>
-#include <linux/filter.h>
 #include <poll.h>
-#include <sys/socket.h>
+#include <vector>
 
 #include "capture/PcapFrame.h"
+#include "platform/CaptureFilter.h"
 
 namespace tovi {
 
@@ -32,6 +32,13 @@ class Program {
   Program& operator=(const Program&) = delete;
 
   bpf_program* native() { return &program_; }
+  std::vector<platform::FilterInstruction> instructions() const {
+    std::vector<platform::FilterInstruction> all;
+    for (const bpf_insn& each : std::span(program_.bf_insns, program_.bf_len)) {
+      all.push_back({each.code, each.jt, each.jf, each.k});
+    }
+    return all;
+  }
 
  private:
   bpf_program program_;
@@ -99,12 +106,8 @@ void CaptureRing::setFilter(const std::string& filter) {
 // not know of this filter, since it runs its own on what waited already, where direction is
 // unknown.
 void CaptureRing::keepDepartingPacketsOut(const std::string& filter) {
-  Program program(pcap_.get(), "inbound and " + filter);
-  const bpf_program& native = *program.native();
-  const sock_fprog kernelProgram{static_cast<unsigned short>(native.bf_len),
-                                 reinterpret_cast<sock_filter*>(native.bf_insns)};
-  if (setsockopt(pcap_fileno(pcap_.get()), SOL_SOCKET, SO_ATTACH_FILTER, &kernelProgram,
-                 sizeof kernelProgram) != 0) {
+  const Program program(pcap_.get(), "inbound and " + filter);
+  if (!platform::replaceCaptureFilter(pcap_fileno(pcap_.get()), program.instructions())) {
     fail(kFilterFailure, std::strerror(errno));
   }
 }
