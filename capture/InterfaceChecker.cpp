@@ -30,7 +30,7 @@ void InterfaceChecker::uploadInterfacesList() {
   const auto addresses = platform::interfaceAddresses();
   if (addresses.empty()) return;
   bool shouldUpdateInterfaces = false;
-  for (const auto& [name, address, isLoopback] : addresses) {
+  for (const auto& [name, address] : addresses) {
     shouldUpdateInterfaces |= interfacesList_.insert(name + "-" + address).second;
   }
   logger_.debug("uploadInterfacesList()", " listEmpty ", listEmpty, " shouldUpdateInterfaces ",

@@ -28,7 +28,6 @@ static const char* description(AgentErrors::Case errorCase) {
   return "";
 }
 
-AgentErrors::AgentErrors(Case errorCase)
-    : std::runtime_error(description(errorCase)), errorCase_(errorCase) {}
+AgentErrors::AgentErrors(Case errorCase) : std::runtime_error(description(errorCase)) {}
 
 }  // namespace tovi

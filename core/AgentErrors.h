@@ -21,10 +21,6 @@ class AgentErrors : public std::runtime_error {
   };
 
   explicit AgentErrors(Case errorCase);
-  Case errorCase() const { return errorCase_; }
-
- private:
-  Case errorCase_;
 };
 
 }  // namespace tovi

@@ -11,7 +11,6 @@ struct InterfaceAddress {
   std::string interfaceName;
   /// Numeric host text as getnameinfo(3) writes it, IPv4 or IPv6.
   std::string address;
-  bool isLoopback;
 };
 
 /// Every address of every interface that is up, in the operating system's order; empty on failure.
