@@ -1,5 +1,7 @@
 #include "core/FileProperties.h"
 
+#include <utility>
+
 #include "core/PropertyList.h"
 
 namespace tovi {
@@ -16,20 +18,33 @@ FileProperties::~FileProperties() {
   saveDatatoFile();
 }
 
-void FileProperties::setValue(std::string key, PropertyValue value) {
-  changeValue(std::move(key), [value = std::move(value)](const PropertyValue*) { return value; });
+void FileProperties::setValue(std::string_view key, PropertyValue value) {
+  apply(key, [&](const PropertyValue*) { return std::move(value); });
 }
 
-void FileProperties::changeValue(std::string key,
-                                 std::function<PropertyValue(const PropertyValue*)> change) {
-  if (++waitingChanges_ > kMaxWaitingChanges) serialQueue_.sync([] {});
-  serialQueue_.async([this, key = std::move(key), change = std::move(change)] {
-    --waitingChanges_;
-    const auto entry = storedDictionary_.find(key);
-    const bool isPresent = entry != storedDictionary_.end();
-    storedDictionary_.insert_or_assign(key, change(isPresent ? &entry->second : nullptr));
-    if (++counterToUpdateFile_ < kChangesPerWrite) return;
-    counterToUpdateFile_ = 0;
+void FileProperties::changeValue(std::string_view key, Change change) {
+  apply(key, change);
+}
+
+template <typename AnyChange>
+void FileProperties::apply(std::string_view key, const AnyChange& change) {
+  serialQueue_.sync([&] {
+    const auto present = storedDictionary_.find(key);
+    if (present != storedDictionary_.end()) {
+      present->second = change(&present->second);
+    } else {
+      storedDictionary_.emplace(key, change(nullptr));
+    }
+    noteChange();
+  });
+}
+
+void FileProperties::noteChange() {
+  if (++counterToUpdateFile_ < kChangesPerWrite) return;
+  counterToUpdateFile_ = 0;
+  if (std::exchange(rewriteWaits_, true)) return;
+  writerQueue_.async([this] {
+    pacer_.wait();
     writeFile();
   });
 }
@@ -39,12 +54,22 @@ void FileProperties::read(const std::function<void(const PropertyDictionary&)>& 
 }
 
 void FileProperties::saveDatatoFile() {
-  serialQueue_.sync([this] { writeFile(); });
+  pacer_.hurry();
+  writerQueue_.sync([this] { writeFile(); });
+}
+
+void FileProperties::finishRewrites() {
+  pacer_.hurry();
+  writerQueue_.sync([] {});
 }
 
 void FileProperties::writeFile() {
+  const auto newest = serialQueue_.sync([this] {
+    rewriteWaits_ = false;
+    return storedDictionary_;
+  });
   try {
-    writePropertyList(url_, storedDictionary_);
+    writePropertyList(url_, newest);
   } catch (const PropertyListError& error) {
     logger_.debug("saveDatatoFile()", "Failed to write the file ", "PropertyListError", " --- ",
                   error.what());

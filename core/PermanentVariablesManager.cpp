@@ -52,11 +52,11 @@ PropertyDictionary PermanentVariablesManager::getAll() const {
 }
 
 void PermanentVariablesManager::save(std::string_view key, PropertyValue value) {
-  properties_.setValue(std::string(key), std::move(value));
+  properties_.setValue(key, std::move(value));
 }
 
 void PermanentVariablesManager::increment(std::string_view key) {
-  properties_.changeValue(std::string(key), incremented);
+  properties_.changeValue(key, incremented);
 }
 
 }  // namespace tovi

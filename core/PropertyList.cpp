@@ -1,6 +1,7 @@
 #include "core/PropertyList.h"
 
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -57,10 +58,13 @@ PropertyValue realOf(plist_t node) {
   return {value};
 }
 
-PropertyValue dateOf(plist_t node) {
+// The library makes one of these two of every date that is further away.
+std::optional<PropertyValue> dateOf(plist_t node) {
+  using Seconds = std::numeric_limits<std::int32_t>;
   PropertyDate date;
   plist_get_date_val(node, &date.seconds, &date.microseconds);
-  return {date};
+  if (date.seconds == Seconds::min() || date.seconds == Seconds::max()) return std::nullopt;
+  return PropertyValue{date};
 }
 
 PropertyValue stringOf(plist_t node) {

@@ -19,9 +19,10 @@ class PropertyListError : public std::runtime_error {
 inline constexpr std::size_t kMaximumPropertyListSize = 256 * 1024;
 
 /// Reads a property list, XML or binary, whose root is a dictionary. Values that PropertyValue
-/// cannot hold (identifiers of keyed archives, integers above the signed 64-bit range) are left
-/// out. Throws PropertyListError for bytes that are no property list or too many, for another
-/// root, and for nesting deeper than 64. Any thread, with a stack of 8 MiB.
+/// cannot hold (identifiers of keyed archives, integers above the signed 64-bit range, dates 68
+/// years and more from 2001) are left out. Throws PropertyListError for bytes that are no property
+/// list or too many, for another root, and for nesting deeper than 64. Any thread, with a stack of
+/// 8 MiB.
 PropertyDictionary parsePropertyList(std::string_view bytes);
 /// Reads the file; throws PropertyListError when it cannot be read or parsed.
 PropertyDictionary readPropertyList(const std::filesystem::path& file);

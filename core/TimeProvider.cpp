@@ -17,12 +17,11 @@ struct Field {
   int value;
 };
 
-std::string zeroPadded(int value, std::size_t width) {
-  std::string digits = std::to_string(value);
-  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-  return digits;
+void putDigits(char* end, std::size_t width, int value) {
+  for (; width > 0; --width, value /= 10) *--end = static_cast<char>('0' + value % 10);
 }
 
+// A Date ends in the year 2262, so that every value has room in its letters.
 std::array<Field, 7> fieldsOf(Date date) {
   using namespace std::chrono;
   const auto day = floor<days>(date);
@@ -51,21 +50,28 @@ Date TimeProvider::now() const {
   return std::chrono::system_clock::now();
 }
 
+// Thousands of events a second carry such a text.
 std::string internetDateTime(Date date) {
-  return formattedDate(date, "yyyy-MM-ddTHH:mm:ssZ");
+  thread_local std::chrono::sys_seconds writtenSecond;
+  thread_local std::string written;
+  const auto second = std::chrono::floor<std::chrono::seconds>(date);
+  if (written.empty() || second != writtenSecond) {
+    written = formattedDate(date, "yyyy-MM-ddTHH:mm:ssZ");
+    writtenSecond = second;
+  }
+  return written;
 }
 
 std::string formattedDate(Date date, std::string_view pattern) {
   const auto fields = fieldsOf(date);
-  std::string text;
-  while (!pattern.empty()) {
+  std::string text(pattern);
+  for (std::size_t at = 0; at < text.size();) {
     const auto field = std::find_if(fields.begin(), fields.end(), [&](const Field& candidate) {
-      return pattern.starts_with(candidate.letters);
+      return pattern.substr(at).starts_with(candidate.letters);
     });
     const bool isField = field != fields.end();
-    const std::size_t width = isField ? field->letters.size() : 1;
-    text += isField ? zeroPadded(field->value, width) : std::string(pattern.substr(0, 1));
-    pattern.remove_prefix(width);
+    at += isField ? field->letters.size() : 1;
+    if (isField) putDigits(text.data() + at, field->letters.size(), field->value);
   }
   return text;
 }

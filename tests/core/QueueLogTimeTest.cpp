@@ -97,7 +97,10 @@ TEST(Duration, IsTruncatedAndPadded) {
 TEST(TimeProvider, WritesDatesInUtc) {
   const Date date = test::ManualClock().now() + std::chrono::milliseconds(7);
   const Date beforeEpoch = Date() - std::chrono::milliseconds(1);
-  EXPECT_EQ(internetDateTime(date), "2022-01-25T17:02:52Z");
+  for (const char* text : {"2022-01-25T17:02:52Z", "2022-01-25T17:02:53Z"}) {
+    EXPECT_EQ(internetDateTime(date + std::chrono::seconds(text[18] - '2')), text);
+  }
+  EXPECT_EQ(internetDateTime(beforeEpoch), "1969-12-31T23:59:59Z");
   EXPECT_EQ(formattedDate(date, "yyyy/MM HH,SSS s"), "2022/01 17,007 s");
   EXPECT_EQ(formattedDate(beforeEpoch, "yyyy-MM-dd HH:mm:ss.SSS"), "1969-12-31 23:59:59.999");
 }

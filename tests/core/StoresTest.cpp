@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -20,10 +21,6 @@ class PermanentVariables : public testing::Test {
   void openWith(const PropertyDictionary& contents) {
     writePropertyList(file_, contents);
     variables_.emplace(file_);
-  }
-  void saveTimes(int count, std::int64_t value) {
-    for (int i = 0; i < count; ++i) variables_->save("key", {value});
-    variables_->getAll();  // All changes so far are applied once this returns.
   }
 
   test::TemporaryDirectory directory_;
@@ -47,15 +44,29 @@ TEST_F(PermanentVariables, GettersGiveOnlyTheirOwnType) {
 }
 
 TEST_F(PermanentVariables, EveryTwentiethChangeAndDestructionWriteTheFile) {
+  std::optional<FileProperties> properties(file_);
+  const auto fileAfter = [&](int changes, std::int64_t value) {
+    for (int i = 0; i < changes; ++i) properties->setValue("key", {value});
+    properties->finishRewrites();
+    return readPropertyList(file_);
+  };
+  const auto holding = [](std::int64_t value) { return PropertyDictionary{{"key", {value}}}; };
+  EXPECT_EQ(fileAfter(20, 1), holding(1));
+  EXPECT_EQ(fileAfter(19, 2), holding(1));
+  EXPECT_EQ(fileAfter(1, 3), holding(3));
+  EXPECT_EQ(fileAfter(1, 4), holding(3));
+  properties.reset();
+  EXPECT_EQ(readPropertyList(file_), holding(4));
+}
+
+TEST_F(PermanentVariables, ChangesOfManyThreadsAllReachTheFile) {
   openWith({});
-  saveTimes(20, 1);
-  saveTimes(19, 2);
-  EXPECT_EQ(readPropertyList(file_), (PropertyDictionary{{"key", {std::int64_t{1}}}}));
-  saveTimes(1, 3);
-  EXPECT_EQ(readPropertyList(file_), (PropertyDictionary{{"key", {std::int64_t{3}}}}));
-  saveTimes(1, 4);
+  const auto count = [this] {
+    for (int i = 0; i < 500; ++i) variables_->increment("key");
+  };
+  for (std::jthread threads[4]; auto& thread : threads) thread = std::jthread(count);
   variables_.reset();
-  EXPECT_EQ(readPropertyList(file_), (PropertyDictionary{{"key", {std::int64_t{4}}}}));
+  EXPECT_EQ(readPropertyList(file_), (PropertyDictionary{{"key", {std::int64_t{2000}}}}));
 }
 
 TEST_F(PermanentVariables, IncrementStartsAtOneWithoutAnInteger) {
@@ -73,9 +84,10 @@ TEST_F(PermanentVariables, AFileThatCannotBeUsedIsLoggedAndTheValuesStay) {
   EXPECT_TRUE(variables_->getAll().empty());
   EXPECT_TRUE(recorder.hasPrefix("Error: "));
   std::filesystem::remove_all(directory_.path());
-  saveTimes(20, 5);
-  EXPECT_TRUE(recorder.hasPrefix("Failed to write the file PropertyListError --- "));
+  variables_->save("key", {std::int64_t{5}});
   EXPECT_EQ(variables_->getInt("key"), 5);
+  variables_.reset();
+  EXPECT_TRUE(recorder.hasPrefix("Failed to write the file PropertyListError --- "));
 }
 
 TEST_F(PermanentVariables, CounterOverflowEndsTheProcess) {

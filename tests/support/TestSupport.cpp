@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 namespace tovi::test {
 
@@ -19,8 +22,9 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 std::string readFile(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::ostringstream contents;
+  contents << std::ifstream(file, std::ios::binary).rdbuf();
+  return std::move(contents).str();
 }
 
 void writeFile(const std::filesystem::path& file, std::string_view contents) {
@@ -35,6 +39,19 @@ void ManualClock::advance(double seconds) {
 Date ManualClock::now() const {
   std::lock_guard lock(mutex_);
   return now_;
+}
+
+void expectWaitAcrossJump(ManualClock& clock, double jump, double wait,
+                          const std::function<bool()>& isOver) {
+  SCOPED_TRACE(testing::Message() << "jump of " << jump << " s");
+  clock.advance(jump);
+  const double left = wait - jump;
+  if (left > 0) {
+    clock.advance(left - 0.5);
+    EXPECT_FALSE(isOver());
+    clock.advance(0.5);
+  }
+  EXPECT_TRUE(isOver());
 }
 
 // A message stands behind "function [line:column]: " and before one space.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -43,6 +44,14 @@ class ManualClock : public TimeProviderProtocol {
   Date now_ = std::chrono::sys_days(std::chrono::year(2022) / 1 / 25) + std::chrono::hours(17) +
               std::chrono::minutes(2) + std::chrono::seconds(52);
 };
+
+/// Seconds: none, a day and ten years, back and forth.
+inline constexpr double kClockJumps[] = {0, -86400, 86400, -315360000, 315360000};
+
+/// Moves the clock by `jump`. What began before and should last `wait` seconds then lasts until the
+/// clock says so: `isOver` must be false up to there, and true from there on.
+void expectWaitAcrossJump(ManualClock& clock, double jump, double wait,
+                          const std::function<bool()>& isOver);
 
 /// Collects what is logged while it lives, on all levels, instead of the system's log.
 class LogRecorder {
