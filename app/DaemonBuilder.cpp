@@ -4,6 +4,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/HostFacts.h"
 #include "platform/Network.h"
+#include "platform/ProcessLookup.h"
 #include "status/SparkleUrlBuilder.h"
 
 namespace tovi {
@@ -46,7 +47,7 @@ std::vector<std::string> localAddresses() {
   return addresses;
 }
 
-HostFacts hostFacts() {
+HostFacts hostFacts(const platform::HostChanges& changes) {
   return {.localizedName = platform::localizedHostName,
           .hostName = platform::hostName,
           .operatingSystemVersion = platform::operatingSystemVersion,
@@ -56,13 +57,15 @@ HostFacts hostFacts() {
           .uptime = platform::uptimeSeconds,
           .loggedInUserName = platform::loggedInUserName,
           .localAddresses = localAddresses,
+          .revision = [&changes] { return changes.revision(); },
           .directoryServicePath = platform::directoryServicePath()};
 }
 
 /// The names that are never reported: the collector's own.
-std::set<std::string> undesiredDomains(const platform::Bundle& bundle) {
+ToviDNSMessageBuilder::Domains undesiredDomains(const platform::Bundle& bundle) {
   const auto host = bundle.information("ToviCollectorHost");
-  return host && !host->empty() ? std::set{*host} : std::set<std::string>{};
+  if (!host || host->empty()) return {};
+  return {*host};
 }
 
 }  // namespace
@@ -79,7 +82,8 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
         return platform::runProgram(path, arguments);
       }),
       hardwareProvider_(executor_, platform::systemProfilerPath()),
-      systemInfo_(hostFacts(), executor_, hardwareProvider_,
+      hostChanges_(loop),
+      systemInfo_(hostFacts(hostChanges_), executor_, hardwareProvider_,
                   propertyManager_.getInt("system_information_counter").value_or(10)),
       userBuilder_(systemInfo_),
       coreData_(stateDirectory / "store", executor_, false),
@@ -92,6 +96,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
                      variables_),
       messagePacker_(variables_, messagePersistence_, timeProvider_, propertyManager_,
                      messageFilter_),
+      packetReceiver_(platform::makeProcessLookup(bundle.information("ToviProcessLookup"))),
       daemon_(permanentDataManager_, messagePersistence_, packetReceiver_),
       statusBuilder_(bundleProvider_, timeProvider_, variables_, daemon_, propertyManager_,
                      systemInfo_),
@@ -131,6 +136,15 @@ void DaemonBuilder::start() {
       loop_, daemon_, statusKeeper_,
       bundle_.information("MachServiceName").value_or("io.tovi.ToviAgentXPC"), propertyManager_);
   if (!timerTick_) timerTick_ = loop_.repeat(timeoutTimer_, [this] { timerEvent(); });
+  // A call on the bus or an answer of the collector may have changed the state.
+  loop_.afterEvents([this] { reportState(); });
+  reportState();
+}
+
+void DaemonBuilder::reportState() {
+  if (reportedState_ == daemon_.agentState()) return;
+  reportedState_ = daemon_.agentState();
+  platform::notifyStatus("The agent is " + std::string(rawValue(*reportedState_)));
 }
 
 void DaemonBuilder::timerEvent() {

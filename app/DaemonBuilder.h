@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -24,6 +25,7 @@
 #include "pipeline/MessagePacker.h"
 #include "pipeline/MessagePersistence.h"
 #include "platform/Bundle.h"
+#include "platform/HostChanges.h"
 #include "platform/MainLoop.h"
 #include "service/ToviAgentXPC.h"
 #include "status/BundleInfoProvider.h"
@@ -61,6 +63,7 @@ class DaemonBuilder {
  private:
   void publishFeedUrl();
   void timerEvent();
+  void reportState();
 
   platform::MainLoop& loop_;
   const platform::Bundle& bundle_;
@@ -71,6 +74,7 @@ class DaemonBuilder {
   SettingsHandler propertyManager_;
   CommandExecutor executor_;
   HardwareInformationManager hardwareProvider_;
+  platform::HostChanges hostChanges_;
   SystemInfoProvider systemInfo_;
   UserInfoBuilder userBuilder_;
   CoreDataManager coreData_;
@@ -92,6 +96,7 @@ class DaemonBuilder {
   std::thread interfacesObserver_;
   std::unique_ptr<ToviAgentXPC> agentXPC_;
   std::unique_ptr<platform::MainLoop::Timer> timerTick_;
+  std::optional<AgentState> reportedState_;
 };
 
 }  // namespace tovi

@@ -3,6 +3,7 @@
 #include "app/DaemonBuilder.h"
 #include "core/ToviLog.h"
 #include "platform/HostFacts.h"
+#include "platform/Memory.h"
 
 namespace {
 
@@ -12,6 +13,9 @@ constexpr int kExitInstallationFault = 78;
 
 int runDaemon() {
   using namespace tovi;
+  // Memory holds captured names and the store's key.
+  platform::forbidMemoryDumps();
+  platform::keepFreedMemory();
   const ToviLog logger(kCoreSubsystem, "DaemonBuilder");
   platform::MainLoop loop;
   const platform::Bundle bundle = platform::Bundle::main();

@@ -32,16 +32,21 @@ DnsHeader readHeader(const std::uint8_t* wire) {
           .authenticData = knot_wire_get_ad(wire) != 0};
 }
 
+bool isPointer(std::byte octet) {
+  return octet >= std::byte{0xc0};
+}
+
 /// Whether somewhere a compression pointer leads to a pointer, and that to the next, and so on.
 /// Each is legal, and so would be thousands of records that each follow thousands of them.
 bool hasLongPointerChain(std::span<const std::byte> bytes) {
   constexpr std::size_t kPointerReach = 1 << 14;
+  if (std::ranges::count_if(bytes, isPointer) <= kMaxPointerChain) return false;
   std::array<std::uint8_t, kPointerReach> chain;
   const auto octet = [&](std::size_t at) { return std::to_integer<unsigned>(bytes[at]); };
   const std::size_t size = std::min(bytes.size(), kPointerReach);
   for (std::size_t at = 0; at < size; ++at) {
     chain[at] = 0;
-    if (octet(at) < 0xc0 || at + 1 == bytes.size()) continue;
+    if (!isPointer(bytes[at]) || at + 1 == bytes.size()) continue;
     const std::size_t target = (octet(at) & 0x3f) << 8 | octet(at + 1);
     if (target >= at) continue;
     chain[at] = static_cast<std::uint8_t>(chain[target] + 1);
@@ -113,17 +118,6 @@ bool hasFields(std::uint16_t type, std::span<const std::uint8_t> data) {
   return !cursor.bad();
 }
 
-/// `text` ends with the dot of the root.
-std::string_view withoutLastDot(std::string_view text) {
-  return text.size() > 1 ? text.substr(0, text.size() - 1) : text;
-}
-
-std::string_view printName(const std::uint8_t* name, std::span<char> buffer) {
-  const char* text = knot_dname_to_str(buffer.data(), name, buffer.size());
-  if (text == nullptr) throw MalformedDns("name without a text");
-  return withoutLastDot(text);
-}
-
 }  // namespace
 
 /// One decoded resource record, its names decompressed.
@@ -158,11 +152,7 @@ bool DnsMessage::nextQuestion(DnsQuestion& question) {
   const std::uint8_t* end = wire() + bytes_.size();
   const int size = knot_dname_wire_check(name, end, wire());
   if (size <= 0 || end - name - size < 4) throw MalformedDns("malformed question");
-  knot_dname_storage_t unpacked;
-  if (knot_dname_unpack(unpacked, name, sizeof unpacked, wire()) <= 0) {
-    throw MalformedDns("malformed question name");
-  }
-  question.name = nameText(unpacked);
+  question.name = nameText(name, wire(), name_);
   question.type = knot_wire_read_u16(name + size);
   question.dnsClass = knot_wire_read_u16(name + size + 2);
   position_ += static_cast<std::size_t>(size) + 4;
@@ -174,7 +164,7 @@ bool DnsMessage::nextAnswer(DnsAnswer& answer) {
   --answersLeft_;
   const Record record(wire(), position_, bytes_.size());
   dnsTypeName(record.set.type);
-  answer.name = nameText(record.set.owner);
+  answer.name = nameText(record.set.owner, wire(), name_);
   answer.type = record.set.type;
   answer.dnsClass = record.set.rclass;
   answer.ttl = record.set.ttl;
@@ -182,15 +172,18 @@ bool DnsMessage::nextAnswer(DnsAnswer& answer) {
   return true;
 }
 
-std::string_view DnsMessage::nameText(const std::uint8_t* name) {
-  return printName(name, name_);
-}
-
 std::string_view DnsMessage::dataText(const Record& record) {
   // Such are the records of updates (RFC 2136, section 2.4), and whatever a server makes so of a
   // type without fields. The text is that of RFC 3597, section 5, since a blank one would be lost.
-  if (record.data().empty()) return "\\# 0";
-  if (isSingleName(record.set.type)) return printName(record.data().data(), dataName_);
+  const auto data = record.data();
+  if (data.empty()) return "\\# 0";
+  if (record.set.type == KNOT_RRTYPE_A && data.size() == 4) {
+    return addressText(data.first<4>(), address_);
+  }
+  if (record.set.type == KNOT_RRTYPE_AAAA && data.size() == 16) {
+    return addressText(data.first<16>(), address_);
+  }
+  if (isSingleName(record.set.type)) return nameText(data.data(), wire(), dataName_);
   return dumpedText(record);
 }
 

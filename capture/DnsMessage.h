@@ -8,6 +8,9 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "capture/AddressText.h"
+#include "capture/NameText.h"
+
 namespace tovi {
 
 /// A DNS message that cannot be decoded.
@@ -63,7 +66,6 @@ class DnsMessage {
  private:
   struct Record;
   const std::uint8_t* wire() const { return reinterpret_cast<const std::uint8_t*>(bytes_.data()); }
-  std::string_view nameText(const std::uint8_t* name);
   std::string_view dataText(const Record& record);
   std::string_view dumpedText(const Record& record);
 
@@ -72,9 +74,9 @@ class DnsMessage {
   DnsHeader header_;
   unsigned questionsLeft_;
   unsigned answersLeft_;
-  // A name of 255 octets, each written as an escape of four characters.
-  std::array<char, 1024> name_;
-  std::array<char, 1024> dataName_;
+  std::array<char, kNameTextSize> name_;
+  std::array<char, kNameTextSize> dataName_;
+  std::array<char, kAddressTextSize> address_;
   std::unique_ptr<char[]> data_;
   std::size_t dataCapacity_ = 0;
 };

@@ -1,7 +1,6 @@
 #include "capture/PacketHandler.h"
 
 #include <exception>
-#include <optional>
 #include <utility>
 
 #include "capture/DnsMessage.h"
@@ -37,17 +36,16 @@ struct PacketHandler::State {
   }
 
   void handle(const UdpDatagram& datagram) {
-    const std::uint16_t port = datagram.flow.sourcePort;
-    pass(datagram.payload, port == kDnsPort ? std::nullopt : std::optional(port));
+    pass(datagram.payload, datagram.flow.sourcePort == kDnsPort ? nullptr : &datagram.flow);
   }
 
-  /// `asker` is the port whose process asked. It is looked for last, since that takes longest and
+  /// The process behind `asked`, if there is that, is looked for last, since that takes longest and
   /// most of what cannot be passed on is found out before.
-  void pass(std::span<const std::byte> bytes, std::optional<std::uint16_t> asker) noexcept {
+  void pass(std::span<const std::byte> bytes, const Flow* asked) noexcept {
     try {
       DnsMessage message(bytes);
       writer.write(message);
-      if (asker) writer.addProcess(collaborators.processLookup(*asker));
+      if (asked != nullptr) writer.addProcess(collaborators.processLookup(*asked));
       collaborators.sink(writer.text());
     } catch (const std::exception&) {
       collaborators.abandoned();
@@ -56,9 +54,8 @@ struct PacketHandler::State {
 
   const Collaborators collaborators;
   RecordTextWriter writer;
-  TcpReassembler streams{
-      [this](std::span<const std::byte> message) { pass(message, std::nullopt); },
-      [this] { collaborators.abandoned(); }};
+  TcpReassembler streams{[this](std::span<const std::byte> message) { pass(message, nullptr); },
+                         [this] { collaborators.abandoned(); }};
 };
 
 PacketHandler::PacketHandler(Collaborators collaborators, std::string dnsServers)

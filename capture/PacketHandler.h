@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "capture/CapturedFrame.h"
+#include "platform/Flow.h"
 
 namespace tovi {
 
@@ -14,8 +14,9 @@ namespace tovi {
 /// connections that are being joined. One thread at a time.
 class PacketHandler {
  public:
-  /// Finds the text of the processes that hold a local UDP port; empty when none is known.
-  using ProcessLookup = std::function<std::string(std::uint16_t port)>;
+  /// Finds the text of the processes that hold the socket a datagram left from; empty when none is
+  /// known.
+  using ProcessLookup = std::function<std::string(const platform::Flow&)>;
   using TextSink = std::function<void(std::string_view recordText)>;
 
   struct Collaborators {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
+#include <net/if.h>
 #include <system_error>
 #include <utility>
 
@@ -12,7 +13,6 @@
 #include "capture/PacketHandler.h"
 #include "capture/RecordText.h"
 #include "platform/Network.h"
-#include "platform/ProcessLookup.h"
 
 namespace tovi {
 
@@ -88,7 +88,8 @@ bool startDevice(CaptureDevice& device) {
 
 }  // namespace
 
-PacketReaderWrapper::PacketReaderWrapper(EntryFunction entry) : entry_(std::move(entry)) {}
+PacketReaderWrapper::PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup)
+    : entry_(std::move(entry)), processLookup_(std::move(processLookup)) {}
 
 PacketReaderWrapper::~PacketReaderWrapper() {
   stopPcapReader();
@@ -97,10 +98,15 @@ PacketReaderWrapper::~PacketReaderWrapper() {
 std::string PacketReaderWrapper::startPcapReader() {
   stopPcapReader();
   const std::string dnsServers = dnsServerList();
+  const auto lookupOn = [this](const std::string& name) {
+    return [this, index = if_nametoindex(name.c_str())](const platform::Flow& flow) {
+      return processLookup_({flow, index});
+    };
+  };
   std::string result;
   for (const ListenInterface& interface : getListenInterfaces()) {
     const auto handler = std::make_shared<PacketHandler>(
-        PacketHandler::Collaborators{.processLookup = platform::processesOfUdpPort,
+        PacketHandler::Collaborators{.processLookup = lookupOn(interface.name),
                                      .sink = entry_,
                                      .abandoned = [] { print(stdout, "Error parsing packet "); }},
         dnsServers);

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/ProcessLookup.h"
+
 namespace tovi {
 
 class CaptureDevice;
@@ -18,7 +20,8 @@ class PacketReaderWrapper {
   /// Takes each record text, on the capture thread; the text is borrowed.
   using EntryFunction = std::function<void(std::string_view recordText)>;
 
-  explicit PacketReaderWrapper(EntryFunction entry);
+  /// `processLookup` is called on the capture threads, for each query.
+  PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup);
   /// Stops everything as `stopPcapReader` does.
   ~PacketReaderWrapper();
 
@@ -31,7 +34,8 @@ class PacketReaderWrapper {
   std::string updateActiveInterfaces();
 
  private:
-  EntryFunction entry_;
+  const EntryFunction entry_;
+  const platform::ProcessLookup processLookup_;
   std::vector<std::unique_ptr<CaptureDevice>> devices_;
 };
 

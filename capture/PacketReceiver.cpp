@@ -1,11 +1,15 @@
 #include "capture/PacketReceiver.h"
 
+#include <utility>
+
 namespace tovi {
 
-PacketReceiver::PacketReceiver()
-    : reader_([this](std::string_view recordText) {
-        if (auto* const builder = messageBuilder_.load()) builder->feed(recordText);
-      }) {}
+PacketReceiver::PacketReceiver(platform::ProcessLookup processLookup)
+    : reader_(
+          [this](std::string_view recordText) {
+            if (auto* const builder = messageBuilder_.load()) builder->feed(recordText);
+          },
+          std::move(processLookup)) {}
 
 void PacketReceiver::setMessageBuilder(MessageReceivedProtocol* builder) {
   messageBuilder_ = builder;

@@ -15,7 +15,8 @@ namespace tovi {
 /// any thread and are carried out one at a time.
 class PacketReceiver : public PacketReceiverProtocol {
  public:
-  PacketReceiver();
+  /// `processLookup` is called on the capture threads, for each query.
+  explicit PacketReceiver(platform::ProcessLookup processLookup);
 
   /// Texts are dropped while none is set. The builder must outlive its being set, and capture must
   /// be stopped before it is unset.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 /// The DNS record text, the one line that capture hands to the events:
 ///
 ///   id!4660,process!...,opcode!0,response!0,query0!example.org;A;IN,
@@ -18,13 +20,13 @@ inline constexpr char kItemSeparator = ',';
 inline constexpr char kFieldSeparator = ';';
 inline constexpr char kListSeparator = ';';
 
-inline constexpr const char* kId = "id";
-inline constexpr const char* kProcess = "process";
-inline constexpr const char* kOpcode = "opcode";
-inline constexpr const char* kResponse = "response";
-inline constexpr const char* kQuery = "query";
-inline constexpr const char* kAnswer = "answer";
-inline constexpr const char* kFlags = "flags";
-inline constexpr const char* kDnsServers = "dnsServers";
+inline constexpr std::string_view kId = "id";
+inline constexpr std::string_view kProcess = "process";
+inline constexpr std::string_view kOpcode = "opcode";
+inline constexpr std::string_view kResponse = "response";
+inline constexpr std::string_view kQuery = "query";
+inline constexpr std::string_view kAnswer = "answer";
+inline constexpr std::string_view kFlags = "flags";
+inline constexpr std::string_view kDnsServers = "dnsServers";
 
 }  // namespace tovi::recordtext

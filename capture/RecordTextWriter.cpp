@@ -1,7 +1,6 @@
 #include "capture/RecordTextWriter.h"
 
-#include <algorithm>
-#include <charconv>
+#include <array>
 
 #include "capture/DnsNames.h"
 #include "capture/RecordText.h"
@@ -15,12 +14,26 @@ namespace {
 // More than this is given back after a message of many records.
 constexpr std::size_t kKeptCapacity = 1 << 16;
 
-bool isPrintable(char c) {
+constexpr bool isPrintable(char c) {
   return c >= 0x20 && c <= 0x7e;
 }
 
-bool isSafe(char c) {
+constexpr bool isSafe(char c) {
   return isPrintable(c) && c != kKeyValueSeparator && c != kItemSeparator && c != kFieldSeparator;
+}
+
+constexpr auto kIsSafe = [] {
+  std::array<bool, 256> table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    table[byte] = isSafe(static_cast<char>(byte));
+  }
+  return table;
+}();
+
+bool isAllSafe(std::string_view text) {
+  bool safe = true;
+  for (const char c : text) safe &= kIsSafe[static_cast<unsigned char>(c)];
+  return safe;
 }
 
 bool isSafeInProcess(char c) {
@@ -31,20 +44,15 @@ bool isBlank(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == text.npos;
 }
 
-void appendEscape(std::string& text, char c) {
+void appendEscape(TextBuffer& text, char c) {
   const auto octet = static_cast<unsigned char>(c);
-  text += '\\';
-  text += static_cast<char>('0' + octet / 100);
-  text += static_cast<char>('0' + octet / 10 % 10);
-  text += static_cast<char>('0' + octet % 10);
+  text.append('\\');
+  for (const int unit : {100, 10, 1}) text.append(static_cast<char>('0' + octet / unit % 10));
 }
 
 /// Appends zone-file text. A separator that stands there behind a backslash is one escape with it.
-void appendZoneText(std::string& text, std::string_view zoneText) {
-  if (std::ranges::all_of(zoneText, isSafe)) {
-    text += zoneText;
-    return;
-  }
+void appendZoneText(TextBuffer& text, std::string_view zoneText) {
+  if (isAllSafe(zoneText)) return text.append(zoneText);
   for (std::size_t at = 0; at < zoneText.size(); ++at) {
     const bool escaped = zoneText[at] == '\\' && at + 1 < zoneText.size();
     const char c = escaped ? zoneText[++at] : zoneText[at];
@@ -52,39 +60,24 @@ void appendZoneText(std::string& text, std::string_view zoneText) {
       appendEscape(text, c);
       continue;
     }
-    if (escaped) text += '\\';
-    text += c;
+    if (escaped) text.append('\\');
+    text.append(c);
   }
-}
-
-std::string processItem(std::string_view processes) {
-  std::string item{kItemSeparator};
-  item += kProcess;
-  item += kKeyValueSeparator;
-  for (const char c : processes) {
-    if (isSafeInProcess(c)) {
-      item += c;
-    } else {
-      appendEscape(item, c);
-    }
-  }
-  return item;
 }
 
 }  // namespace
 
 void RecordTextWriter::write(DnsMessage& message) {
-  text_.clear();
-  if (text_.capacity() > kKeptCapacity) text_.shrink_to_fit();
+  text_.clear(kKeptCapacity);
   const DnsHeader& header = message.header();
-  text_ += kId;
-  text_ += kKeyValueSeparator;
-  writeNumber(header.id);
+  text_.append(kId);
+  text_.append(kKeyValueSeparator);
+  text_.append(header.id);
   endOfId_ = text_.size();
   beginItem(kOpcode);
-  writeNumber(header.opcode);
+  text_.append(header.opcode);
   beginItem(kResponse);
-  writeNumber(header.responseCode);
+  text_.append(header.responseCode);
   DnsQuestion question;
   for (std::uint32_t index = 0; message.nextQuestion(question); ++index) {
     writeQuestion(index, question);
@@ -93,60 +86,63 @@ void RecordTextWriter::write(DnsMessage& message) {
   for (std::uint32_t index = 0; message.nextAnswer(answer); ++index) writeAnswer(index, answer);
   writeFlags(header);
   beginItem(kDnsServers);
-  text_ += dnsServers_;
+  text_.append(dnsServers_);
 }
 
 void RecordTextWriter::addProcess(std::string_view processes) {
-  if (!isBlank(processes)) text_.insert(endOfId_, processItem(processes));
+  if (isBlank(processes)) return;
+  TextBuffer item;
+  item.append(kItemSeparator);
+  item.append(kProcess);
+  item.append(kKeyValueSeparator);
+  for (const char c : processes) {
+    if (isSafeInProcess(c)) {
+      item.append(c);
+    } else {
+      appendEscape(item, c);
+    }
+  }
+  text_.insert(endOfId_, item.view());
 }
 
 void RecordTextWriter::writeQuestion(std::uint32_t index, const DnsQuestion& question) {
-  text_ += kItemSeparator;
-  text_ += kQuery;
-  writeNumber(index);
-  text_ += kKeyValueSeparator;
+  beginItem(kQuery, index);
   appendZoneText(text_, question.name);
-  text_ += kFieldSeparator;
-  text_ += dnsTypeName(question.type);
-  text_ += kFieldSeparator;
-  text_ += dnsClassName(question.dnsClass);
+  addField(dnsTypeName(question.type));
+  addField(dnsClassName(question.dnsClass));
 }
 
 void RecordTextWriter::writeAnswer(std::uint32_t index, const DnsAnswer& answer) {
-  text_ += kItemSeparator;
-  text_ += kAnswer;
-  writeNumber(index);
-  text_ += kKeyValueSeparator;
+  beginItem(kAnswer, index);
   appendZoneText(text_, answer.data);
-  text_ += kFieldSeparator;
-  text_ += dnsTypeName(answer.type);
-  text_ += kFieldSeparator;
-  text_ += dnsClassName(answer.dnsClass);
-  text_ += kFieldSeparator;
-  writeNumber(answer.ttl);
-  text_ += kFieldSeparator;
+  addField(dnsTypeName(answer.type));
+  addField(dnsClassName(answer.dnsClass));
+  addField(answer.ttl);
+  text_.append(kFieldSeparator);
   appendZoneText(text_, answer.name);
 }
 
 void RecordTextWriter::writeFlags(const DnsHeader& header) {
+  const auto digit = [](bool flag) { return flag ? '1' : '0'; };
   beginItem(kFlags);
-  const bool flags[] = {header.authoritative,    header.recursionAvailable, header.truncated,
-                        header.checkingDisabled, header.recursionDesired,   header.authenticData};
-  for (const bool& flag : flags) {
-    if (&flag != flags) text_ += kFieldSeparator;
-    text_ += flag ? '1' : '0';
+  text_.append(digit(header.authoritative));
+  for (const bool flag : {header.recursionAvailable, header.truncated, header.checkingDisabled,
+                          header.recursionDesired, header.authenticData}) {
+    addField(digit(flag));
   }
 }
 
 void RecordTextWriter::beginItem(std::string_view key) {
-  text_ += kItemSeparator;
-  text_ += key;
-  text_ += kKeyValueSeparator;
+  text_.append(kItemSeparator);
+  text_.append(key);
+  text_.append(kKeyValueSeparator);
 }
 
-void RecordTextWriter::writeNumber(std::uint32_t number) {
-  char digits[10];
-  text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+void RecordTextWriter::beginItem(std::string_view key, std::uint32_t index) {
+  text_.append(kItemSeparator);
+  text_.append(key);
+  text_.append(index);
+  text_.append(kKeyValueSeparator);
 }
 
 }  // namespace tovi

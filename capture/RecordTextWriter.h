@@ -4,6 +4,8 @@
 #include <string_view>
 
 #include "capture/DnsMessage.h"
+#include "capture/RecordText.h"
+#include "core/TextBuffer.h"
 
 namespace tovi {
 
@@ -20,17 +22,22 @@ class RecordTextWriter {
   /// Adds the process item to the text of the last `write`, unless `processes` is blank.
   void addProcess(std::string_view processes);
   /// Holds until the next call.
-  std::string_view text() const { return text_; }
+  std::string_view text() const { return text_.view(); }
 
  private:
   void beginItem(std::string_view key);
-  void writeNumber(std::uint32_t number);
+  void beginItem(std::string_view key, std::uint32_t index);
+  template <typename Field>
+  void addField(Field field) {
+    text_.append(recordtext::kFieldSeparator);
+    text_.append(field);
+  }
   void writeQuestion(std::uint32_t index, const DnsQuestion& question);
   void writeAnswer(std::uint32_t index, const DnsAnswer& answer);
   void writeFlags(const DnsHeader& header);
 
   const std::string dnsServers_;
-  std::string text_;
+  TextBuffer text_;
   std::size_t endOfId_ = 0;
 };
 

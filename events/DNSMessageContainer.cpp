@@ -15,7 +15,8 @@ void DNSMessageContainer::set(std::int64_t id, ToviDNSEventPointer event) {
 
 ToviDNSEventPointer DNSMessageContainer::get(std::int64_t id) {
   std::lock_guard lock(mutex_);
-  return messageContainer_.peek(id).value_or(nullptr);
+  const auto* event = messageContainer_.peek(id);
+  return event ? *event : nullptr;
 }
 
 void DNSMessageContainer::remove(std::int64_t id) {

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -16,50 +14,63 @@ template <typename Key, typename Value>
 class LRUCache {
  public:
   /// With a `maxSize` of 0 or less, nothing is remembered.
-  explicit LRUCache(std::int64_t maxSize) : maxSize_(maxSize) {}
+  explicit LRUCache(std::int64_t maxSize) : maxSize_(maxSize) { elements_.max_load_factor(0.5); }
 
-  /// The entry becomes the most recently used one.
-  std::optional<Value> get(const Key& key) {
+  /// The value, which stays where it is until the next change of the cache; null when there is
+  /// none. The entry becomes the most recently used one.
+  Value* get(const Key& key) {
     const auto found = elements_.find(key);
-    if (found == elements_.end()) return std::nullopt;
-    lastAccessOrder_.moveToFront(*found->second);
-    return found->second->value->second;
+    if (found == elements_.end()) return nullptr;
+    lastAccessOrder_.moveToFront(found->second);
+    return &found->second.value->second;
   }
 
   /// Like `get`, but does not count as a use.
-  std::optional<Value> peek(const Key& key) const {
+  const Value* peek(const Key& key) const {
     const auto found = elements_.find(key);
-    if (found == elements_.end()) return std::nullopt;
-    return found->second->value->second;
+    return found == elements_.end() ? nullptr : &found->second.value->second;
   }
 
   /// Stores or replaces; the entry becomes the most recently used one.
   void set(const Key& key, Value value) {
-    const auto found = elements_.find(key);
-    if (found != elements_.end()) {
-      found->second->value->second = std::move(value);
-      return lastAccessOrder_.moveToFront(*found->second);
+    if (Value* const present = get(key)) {
+      *present = std::move(value);
+    } else if (maxSize_ > 0) {
+      add(key, std::move(value));
     }
-    auto& node = *elements_.emplace(key, std::make_unique<Node>()).first->second;
-    node.value.emplace(key, std::move(value));
-    lastAccessOrder_.pushFront(node);
-    if (std::ssize(elements_) > maxSize_) remove(lastAccessOrder_.back().value->first);
   }
 
   void remove(const Key& key) {
     const auto found = elements_.find(key);
     if (found == elements_.end()) return;
-    lastAccessOrder_.unlink(*found->second);
+    lastAccessOrder_.unlink(found->second);
     elements_.erase(found);
   }
 
  private:
-  using UseOrder = LinkedList<std::pair<Key, Value>>;
+  /// The keys are those of the map.
+  using UseOrder = LinkedList<std::pair<const Key&, Value>>;
   using Node = typename UseOrder::Node;
+  using Elements = std::unordered_map<Key, Node>;
+
+  void add(const Key& key, Value value) {
+    auto place = std::ssize(elements_) < maxSize_ ? elements_.try_emplace(key).first : reused(key);
+    place->second.value.emplace(place->first, std::move(value));
+    lastAccessOrder_.pushFront(place->second);
+  }
+
+  // A full cache takes as many entries in as it gives up: the memory of one goes to the other.
+  typename Elements::iterator reused(const Key& key) {
+    Node& last = lastAccessOrder_.back();
+    lastAccessOrder_.unlink(last);
+    auto element = elements_.extract(last.value->first);
+    element.key() = key;
+    return elements_.insert(std::move(element)).position;
+  }
 
   /// Most recently used first.
   UseOrder lastAccessOrder_;
-  std::unordered_map<Key, std::unique_ptr<Node>> elements_;
+  Elements elements_;
   const std::int64_t maxSize_;
 };
 

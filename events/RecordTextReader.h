@@ -1,34 +1,47 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace tovi {
 
-/// The items of a DNS record text (capture/RecordText.h) as a dictionary of views into the text,
-/// which must outlive it. A piece that is not exactly a key and a value is left out; of two items
-/// with one key, the later value holds. One thread, or several that only read.
-class RecordTextReader {
- public:
+/// The items of a DNS record text (capture/RecordText.h), as views into the text, which must
+/// outlive it. A piece of the text that is not exactly a key and a value, both not empty, is left
+/// out; of two items with one key, the later value holds. An item that is missing is empty. One
+/// thread, or several that only read.
+struct RecordTextReader {
   struct Item {
     std::string_view key;
     std::string_view value;
   };
 
+  /// The items of one kind, in the order of the text.
+  class List {
+   public:
+    void add(const Item& item, std::string_view kind);
+    auto begin() const { return items_.begin(); }
+    auto end() const { return items_.end(); }
+    std::size_t size() const { return items_.size(); }
+
+   private:
+    std::vector<Item> items_;
+    bool isNumbered_ = true;
+  };
+
   explicit RecordTextReader(std::string_view recordText);
 
-  std::optional<std::string_view> value(std::string_view key) const;
-  /// In the order of the text, so that questions and answers keep the order of their packet.
-  const std::vector<Item>& items() const { return items_; }
+  std::string_view id;
+  std::string_view process;
+  std::string_view opcode;
+  std::string_view response;
+  List queries;
+  List answers;
+  std::string_view flags;
+  std::string_view dnsServers;
 
  private:
-  void add(Item item);
-
-  std::vector<Item> items_;
-  std::unordered_map<std::string_view, std::size_t> positions_;
+  void add(const Item& item);
 };
 
 }  // namespace tovi

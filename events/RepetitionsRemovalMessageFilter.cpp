@@ -16,13 +16,15 @@ RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
 }
 
 bool RepetitionsRemovalMessageFilter::filterResult(const std::string& key) {
-  const auto last = cache_.get(key);
   const auto now = timeProvider_.now();
-  if (last) {
-    const double timeout = serialQueue_.sync([this] { return registersTimeout_; });
-    if (secondsBetween(*last, now) < timeout) return false;
+  Date* const last = cache_.get(key);
+  if (!last) {
+    cache_.set(key, now);
+    return true;
   }
-  cache_.set(key, now);
+  const double timeout = serialQueue_.sync([this] { return registersTimeout_; });
+  if (secondsBetween(*last, now) < timeout) return false;
+  *last = now;
   return true;
 }
 

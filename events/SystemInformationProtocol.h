@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ class SystemInformationProtocol {
   virtual SystemInformation systemInformation() = 0;
   /// The machine's name, fixed for the life of the process.
   virtual std::string name() const = 0;
+  /// Changes when localAddresses or the logged-in users may have changed since. Cheap; what is
+  /// gathered after asking for it is at least as new as it.
+  virtual std::uint64_t revision() const = 0;
 };
 
 }  // namespace tovi

@@ -79,10 +79,10 @@ struct ToviDNSEvent {
   /// When the exchange's first packet was seen: internet date-time in UTC.
   std::optional<std::string> timestamp;
   std::optional<std::string> version;
-  std::optional<EventSystem> system;
+  /// Null when unknown; shared by the events between two changes of the host.
+  std::shared_ptr<const EventSystem> system;
   std::optional<EventProcess> process;
   std::optional<DnsPacket> dnsPacket;
-  bool operator==(const ToviDNSEvent&) const = default;
 };
 
 using ToviDNSEventPointer = std::shared_ptr<const ToviDNSEvent>;

@@ -9,8 +9,9 @@
 namespace tovi {
 namespace {
 
-constexpr std::string_view kFieldSeparators(&recordtext::kFieldSeparator, 1);
-constexpr std::string_view kListSeparators(&recordtext::kListSeparator, 1);
+using recordtext::kFieldSeparator;
+using recordtext::kListSeparator;
+
 constexpr const char* kUnknownVersion = "1.0.0.0";
 
 /// `text` is the output of lsof(8): a header line, then a row for each process, of which the first
@@ -27,25 +28,25 @@ std::optional<EventProcess> parseProcess(std::string_view text) {
 }
 
 std::optional<Answer> parseAnswer(std::string_view value) {
-  const auto fields = trimmedParts(value, kFieldSeparators);
-  if (fields.size() != 5) return std::nullopt;
-  return Answer{.name = std::string(fields[4]),
-                .type = std::string(fields[1]),
-                .answerClass = std::string(fields[2]),
-                .ttl = decimalInteger(fields[3]),
-                .data = std::string(fields[0])};
+  const auto fields = exactlyTrimmedParts<5>(value, kFieldSeparator);
+  if (!fields) return std::nullopt;
+  const auto& [data, type, answerClass, ttl, name] = *fields;
+  return Answer{.name = std::string(name),
+                .type = std::string(type),
+                .answerClass = std::string(answerClass),
+                .ttl = decimalInteger(ttl),
+                .data = std::string(data)};
 }
 
 std::vector<std::string> queriedServers(const RecordTextReader& data) {
-  const auto servers =
-      trimmedParts(data.value(recordtext::kDnsServers).value_or(""), kListSeparators);
+  const auto servers = trimmedParts(data.dnsServers, kListSeparator);
   return {servers.begin(), servers.end()};
 }
 
 }  // namespace
 
 ToviDNSMessageBuilder::ToviDNSMessageBuilder(const Collaborators& collaborators,
-                                             std::set<std::string> undesireDomains)
+                                             Domains undesireDomains)
     : packer_(collaborators.packer),
       timeProvider_(collaborators.timeProvider),
       systemProvider_(collaborators.systemProvider),
@@ -57,16 +58,14 @@ ToviDNSMessageBuilder::ToviDNSMessageBuilder(const Collaborators& collaborators,
 
 void ToviDNSMessageBuilder::feed(std::string_view recordText) {
   const RecordTextReader data(recordText);
-  const auto id = decimalInteger(data.value(recordtext::kId).value_or(""));
+  const auto id = decimalInteger(data.id);
   if (id && *id != 0) feed(data, *id);
 }
 
 void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) try {
-  auto event = pendingOrNewEvent(id);
-  if (!event.timestamp) event.timestamp = beginTimestamp();
-  if (!event.version) event.version = bundleProvider_.shortVersion().value_or(kUnknownVersion);
-  if (parseDataIntoEvent(data, event, id)) {
-    decide(std::move(event), id);
+  const auto event = std::make_shared<ToviDNSEvent>(pendingOrNewEvent(id));
+  if (parseDataIntoEvent(data, *event, id)) {
+    decide(event, id);
   } else {
     logger_.debug("feed(_:)", "Can't get event data");
   }
@@ -74,10 +73,21 @@ void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) 
   logger_.error("feed(_:)", "Can't parse event data: ", error.what());
 }
 
-// A copy: the pending event stays as it is until this text is known to be sound.
+// A copy of what the packets of an exchange share: the pending event stays as it is, since others
+// may see it and this text may yet turn out to be unsound.
 ToviDNSEvent ToviDNSMessageBuilder::pendingOrNewEvent(std::int64_t id) {
-  const auto pending = container_.get(id);
-  return pending ? *pending : ToviDNSEvent{};
+  if (const auto pending = container_.get(id)) {
+    return {.timestamp = pending->timestamp,
+            .version = pending->version,
+            .system = pending->system,
+            .process = pending->process,
+            .dnsPacket = std::nullopt};
+  }
+  return {.timestamp = beginTimestamp(),
+          .version = bundleProvider_.shortVersion().value_or(kUnknownVersion),
+          .system = nullptr,
+          .process = std::nullopt,
+          .dnsPacket = std::nullopt};
 }
 
 std::string ToviDNSMessageBuilder::beginTimestamp() {
@@ -88,12 +98,25 @@ std::string ToviDNSMessageBuilder::beginTimestamp() {
 
 bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event,
                                                std::int64_t id) {
-  if (!event.system) event.system = buildSystem();
-  if (!event.process) event.process = parseProcess(data.value(recordtext::kProcess).value_or(""));
+  if (!event.system) event.system = currentSystem();
+  if (!event.process) event.process = parseProcess(data.process);
   event.dnsPacket = buildDnsPacket(data, id);
   if (event.dnsPacket->question) return true;
   logger_.debug("parseDataIntoEvent(data:event:id:)", "Query not found");
   return false;
+}
+
+std::shared_ptr<const EventSystem> ToviDNSMessageBuilder::currentSystem() {
+  const auto revision = systemProvider_.revision();
+  {
+    std::lock_guard lock(systemMutex_);
+    if (system_ && systemRevision_ == revision) return system_;
+  }
+  // Not under the mutex: a new user's name is asked of a program.
+  auto gathered = std::make_shared<const EventSystem>(buildSystem());
+  std::lock_guard lock(systemMutex_);
+  systemRevision_ = revision;
+  return system_ = std::move(gathered);
 }
 
 EventSystem ToviDNSMessageBuilder::buildSystem() {
@@ -111,20 +134,19 @@ DnsPacket ToviDNSMessageBuilder::buildDnsPacket(const RecordTextReader& data,
   packet.question = firstQuestion(data);
   if (!packet.question) logger_.debug("buildDnsPacket(data:id:)", "Cant get Query");
   packet.answers = getAnswers(data);
+  // Then the event waits for a response, whose packet takes the place of this one.
+  if (packet.answers->empty()) return packet;
   packet.queriedServers = queriedServers(data);
   packet.flags = getFlags(data);
-  if (const auto code = data.value(recordtext::kOpcode)) packet.opCode = opcodeName(*code);
-  if (const auto code = data.value(recordtext::kResponse)) {
-    packet.responseCode = responseCodeName(*code);
-  }
+  if (!data.opcode.empty()) packet.opCode = opcodeName(data.opcode);
+  if (!data.response.empty()) packet.responseCode = responseCodeName(data.response);
   return packet;
 }
 
 // All questions are read, since any one of them can be a reason to refuse the packet.
 std::optional<Query> ToviDNSMessageBuilder::firstQuestion(const RecordTextReader& data) const {
   std::optional<Query> first;
-  for (const auto& item : data.items()) {
-    if (!item.key.starts_with(recordtext::kQuery)) continue;
+  for (const auto& item : data.queries) {
     auto question = parseQuestion(item.value);
     if (!first) first = std::move(question);
   }
@@ -132,19 +154,18 @@ std::optional<Query> ToviDNSMessageBuilder::firstQuestion(const RecordTextReader
 }
 
 Query ToviDNSMessageBuilder::parseQuestion(std::string_view value) const {
-  const auto fields = trimmedParts(value, kFieldSeparators);
-  if (fields.size() != 3) throw AgentErrors(AgentErrors::ErrorParsing);
-  std::string name(fields[0]);
+  const auto fields = exactlyTrimmedParts<3>(value, kFieldSeparator);
+  if (!fields) throw AgentErrors(AgentErrors::ErrorParsing);
+  const auto& [name, type, queryClass] = *fields;
   if (undesireDomains_.contains(name)) throw AgentErrors(AgentErrors::UndesiredDomain);
-  return {.type = std::string(fields[1]),
-          .name = std::move(name),
-          .queryClass = std::string(fields[2])};
+  return {
+      .type = std::string(type), .name = std::string(name), .queryClass = std::string(queryClass)};
 }
 
 std::vector<Answer> ToviDNSMessageBuilder::getAnswers(const RecordTextReader& data) const {
   std::vector<Answer> answers;
-  for (const auto& item : data.items()) {
-    if (!item.key.starts_with(recordtext::kAnswer)) continue;
+  answers.reserve(data.answers.size());
+  for (const auto& item : data.answers) {
     if (auto answer = parseAnswer(item.value)) {
       answers.push_back(std::move(*answer));
     } else {
@@ -155,24 +176,23 @@ std::vector<Answer> ToviDNSMessageBuilder::getAnswers(const RecordTextReader& da
 }
 
 std::optional<Flags> ToviDNSMessageBuilder::getFlags(const RecordTextReader& data) const {
-  const auto bits = trimmedParts(data.value(recordtext::kFlags).value_or(""), kFieldSeparators);
-  if (bits.size() != 6) {
+  const auto bits = exactlyTrimmedParts<6>(data.flags, kFieldSeparator);
+  if (!bits) {
     logger_.debug("getFlags(data:)", "Cant get flags");
     return std::nullopt;
   }
-  return Flags{.authoritative = bits[0] == "1",
-               .recursionAvailable = bits[1] == "1",
-               .truncatedResponse = bits[2] == "1",
-               .checkingDisabled = bits[3] == "1",
-               .recursionDesired = bits[4] == "1",
-               .authenticData = bits[5] == "1"};
+  const auto isSet = [&](std::size_t at) { return (*bits)[at] == "1"; };
+  return Flags{.authoritative = isSet(0),
+               .recursionAvailable = isSet(1),
+               .truncatedResponse = isSet(2),
+               .checkingDisabled = isSet(3),
+               .recursionDesired = isSet(4),
+               .authenticData = isSet(5)};
 }
 
-void ToviDNSMessageBuilder::decide(ToviDNSEvent event, std::int64_t id) {
-  const bool isFinished = !event.dnsPacket->answers->empty();
-  auto shared = std::make_shared<const ToviDNSEvent>(std::move(event));
-  if (!isFinished) return container_.set(id, std::move(shared));
-  packer_.addMessage(std::move(shared));
+void ToviDNSMessageBuilder::decide(ToviDNSEventPointer event, std::int64_t id) {
+  if (event->dnsPacket->answers->empty()) return container_.set(id, std::move(event));
+  packer_.addMessage(std::move(event));
   container_.remove(id);
 }
 

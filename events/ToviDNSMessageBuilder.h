@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -17,7 +20,7 @@
 
 namespace tovi {
 
-class RecordTextReader;
+struct RecordTextReader;
 
 /// Joins the record texts of a query and of its response, which share a transaction identifier,
 /// into one event. An event goes to the packer once a text with at least one answer has come; until
@@ -25,6 +28,8 @@ class RecordTextReader;
 /// come from one thread.
 class ToviDNSMessageBuilder : public MessageReceivedProtocol {
  public:
+  using Domains = std::set<std::string, std::less<>>;
+
   /// All must outlive the builder.
   struct Collaborators {
     MessagePackerProtocol& packer;
@@ -38,7 +43,7 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   };
 
   /// Exchanges about a name in `undesireDomains` are refused; the match is exact.
-  ToviDNSMessageBuilder(const Collaborators& collaborators, std::set<std::string> undesireDomains);
+  ToviDNSMessageBuilder(const Collaborators& collaborators, Domains undesireDomains);
 
   void feed(std::string_view recordText) override;
 
@@ -48,6 +53,7 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   std::string beginTimestamp();
   /// True when the event then has a packet with a question. Throws AgentErrors.
   bool parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event, std::int64_t id);
+  std::shared_ptr<const EventSystem> currentSystem();
   EventSystem buildSystem();
   /// Throws AgentErrors for a question that is malformed or about an undesired domain.
   DnsPacket buildDnsPacket(const RecordTextReader& data, std::int64_t id) const;
@@ -55,7 +61,7 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   Query parseQuestion(std::string_view value) const;
   std::vector<Answer> getAnswers(const RecordTextReader& data) const;
   std::optional<Flags> getFlags(const RecordTextReader& data) const;
-  void decide(ToviDNSEvent event, std::int64_t id);
+  void decide(ToviDNSEventPointer event, std::int64_t id);
 
   // Constant after construction.
   ToviLog logger_{"ToviDNSMessageBuilder", "main"};
@@ -66,7 +72,12 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   SavePropertyManagerProtocol& variable_;
   MessageContainerProtocol& container_;
   UserInfoBuilderProtocol& userInfo_;
-  const std::set<std::string> undesireDomains_;
+  const Domains undesireDomains_;
+
+  // Guarded by the mutex: the host as it was last gathered.
+  std::mutex systemMutex_;
+  std::shared_ptr<const EventSystem> system_;
+  std::uint64_t systemRevision_ = 0;
 };
 
 }  // namespace tovi

@@ -3,12 +3,14 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace tovi::platform {
 
 /// The event loop of the main thread: timers, the service bus, and the signals that end the
-/// program. Create it before any thread is started, since it blocks the ending signals in the
-/// calling thread and every thread started later inherits that. Used from one thread only.
+/// program. While it runs, it feeds the service manager's watchdog, if there is one. Create it
+/// before any thread is started, since it blocks the ending signals in the calling thread and every
+/// thread started later inherits that. Used from one thread only.
 class MainLoop {
  public:
   /// A repeating timer; it stops when destroyed. Must not outlive its loop.
@@ -42,6 +44,10 @@ class MainLoop {
   /// late is not made up for.
   std::unique_ptr<Timer> repeat(std::chrono::duration<double> period, std::function<void()> action);
 
+  /// Calls `action` while `run` runs, each time that timers or the bus have been attended to. A
+  /// second call replaces it.
+  void afterEvents(std::function<void()> action);
+
   Native& native() { return *native_; }
 
  private:
@@ -51,5 +57,7 @@ class MainLoop {
 /// Tells the service manager that start-up is complete, as sd_notify(3) READY=1 does. Without a
 /// service manager nothing happens.
 void notifyReady();
+/// One line about how things are, for `systemctl status`, as sd_notify(3) STATUS= does.
+void notifyStatus(const std::string& status);
 
 }  // namespace tovi::platform

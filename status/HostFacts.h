@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -19,6 +20,8 @@ struct HostFacts {
   std::function<double()> uptime;
   std::function<std::optional<std::string>()> loggedInUserName;
   std::function<std::vector<std::string>()> localAddresses;
+  /// As SystemInformationProtocol::revision.
+  std::function<std::uint64_t()> revision;
   /// The program that answers questions about accounts.
   std::string directoryServicePath;
 };

@@ -27,6 +27,7 @@ class SystemInfoProvider : public SystemInformationProtocol, public UserInfoProt
   std::map<std::string, std::string> userNames() override;
   SystemInformation systemInformation() override;
   std::string name() const override { return name_; }
+  std::uint64_t revision() const override { return facts_.revision(); }
 
   std::optional<std::string> fullNameText(const std::string& userName) override;
   std::optional<std::string> loggedUserName() override;

@@ -57,6 +57,7 @@ MainLoop::MainLoop() : native_(std::make_unique<Native>()) {
     // Without a handler of ours, the signal ends the loop.
     checkSystemd(sd_event_add_signal(event, nullptr, signal, nullptr, nullptr), "signal");
   }
+  checkSystemd(sd_event_set_watchdog(event, true), "watchdog");
 }
 
 MainLoop::~MainLoop() = default;
@@ -83,8 +84,26 @@ std::unique_ptr<MainLoop::Timer> MainLoop::repeat(std::chrono::duration<double> 
   return std::make_unique<Timer>(std::move(timer));
 }
 
+void MainLoop::afterEvents(std::function<void()> action) {
+  native_->afterEvents = std::move(action);
+  sd_event_source* source = nullptr;
+  checkSystemd(sd_event_add_post(
+                   native_->event.get(), &source,
+                   [](sd_event_source*, void* userdata) noexcept {
+                     static_cast<Native*>(userdata)->afterEvents();
+                     return 0;
+                   },
+                   native_.get()),
+               "after events");
+  native_->afterEventsSource.reset(source);
+}
+
 void notifyReady() {
   sd_notify(0, "READY=1");
+}
+
+void notifyStatus(const std::string& status) {
+  sd_notify(0, ("STATUS=" + status).c_str());
 }
 
 }  // namespace tovi::platform

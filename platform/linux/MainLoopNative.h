@@ -15,6 +15,8 @@ struct EventDeleter {
 
 struct MainLoop::Native {
   std::unique_ptr<sd_event, EventDeleter> event;
+  std::function<void()> afterEvents;
+  std::unique_ptr<sd_event_source, EventDeleter> afterEventsSource;
 };
 
 }  // namespace tovi::platform

@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <ifaddrs.h>
-#include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <netdb.h>
@@ -14,8 +13,8 @@
 #include <sys/socket.h>
 
 #include "platform/TextFile.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ResolverList.h"
+#include "platform/linux/RouteNotifications.h"
 
 namespace tovi::platform {
 
@@ -61,35 +60,10 @@ std::vector<std::string> resolverAddresses() {
 }
 
 struct NetworkChanges::Native {
-  Native();
-  bool takeChanges() const;
-
   // Constant after construction.
-  FileDescriptor notifications;
-  FileDescriptor stopped;
+  const FileDescriptor notifications = openRouteNotifications(RTMGRP_IPV4_IFADDR);
+  const FileDescriptor stopped = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 };
-
-NetworkChanges::Native::Native() : stopped(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-  FileDescriptor opened(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
-  sockaddr_nl address = {};
-  address.nl_family = AF_NETLINK;
-  address.nl_groups = RTMGRP_IPV4_IFADDR;
-  const bool bound = opened && bind(opened.get(), reinterpret_cast<const sockaddr*>(&address),
-                                    sizeof address) == 0;
-  if (bound) notifications = std::move(opened);
-}
-
-// Empties the socket; true when anything was there. What a notification says does not matter, and
-// one that was lost for lack of room (ENOBUFS) is a change like any other.
-bool NetworkChanges::Native::takeChanges() const {
-  std::array<char, 8192> ignored;
-  bool changed = false;
-  while (true) {
-    const ssize_t count = recv(notifications.get(), ignored.data(), ignored.size(), 0);
-    if (count < 0 && errno != ENOBUFS && errno != EINTR) return changed;
-    changed = changed || count > 0 || errno == ENOBUFS;
-  }
-}
 
 NetworkChanges::NetworkChanges() : native_(std::make_unique<Native>()) {}
 NetworkChanges::~NetworkChanges() = default;
@@ -104,7 +78,7 @@ void NetworkChanges::run(const std::function<void()>& onChange) {
       {{native_->notifications.get(), POLLIN, 0}, {native_->stopped.get(), POLLIN, 0}}};
   while (poll(waited.data(), waited.size(), -1) >= 0 || errno == EINTR) {
     if ((waited[1].revents & POLLIN) != 0) return;
-    if (native_->takeChanges()) onChange();
+    if (takeRouteNotifications(native_->notifications)) onChange();
   }
 }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -12,14 +14,21 @@ namespace tovi::platform {
 namespace {
 
 constexpr std::uint64_t kCallLimitMicroseconds = 30'000'000;
-// The bus's errors for a service that it was to start and could not.
-constexpr std::string_view kSpawnErrors = "org.freedesktop.DBus.Error.Spawn.";
+// The bus's and the service manager's errors for a service that was to be started and could not.
+constexpr std::array<std::string_view, 3> kStartErrors = {"org.freedesktop.DBus.Error.Spawn.",
+                                                          "org.freedesktop.DBus.Error.TimedOut",
+                                                          "org.freedesktop.systemd1."};
+
+bool isStartError(std::string_view name) {
+  return std::any_of(kStartErrors.begin(), kStartErrors.end(),
+                     [&](std::string_view prefix) { return name.starts_with(prefix); });
+}
 
 ServiceError serviceError(const sd_bus_error& error, const std::string& serviceName) {
   const std::string_view name = error.name != nullptr ? error.name : "";
   const std::string text = error.message != nullptr ? error.message : std::string(name);
   if (name == SD_BUS_ERROR_SERVICE_UNKNOWN || name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
-      name.starts_with(kSpawnErrors)) {
+      isStartError(name)) {
     return {ServiceError::NotRunning, "the service " + serviceName + " is not running"};
   }
   if (name == SD_BUS_ERROR_ACCESS_DENIED) return {ServiceError::AccessDenied, text};

@@ -1,3 +1,6 @@
+#include <arpa/inet.h>
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include "tests/capture/FrameBuilder.h"
@@ -46,6 +49,23 @@ TEST(DnsMessageTest, DataOfEachTypeIsShownOrRefused) {
   for (const int type : {1, 2, 6, 16, 28, 46, 50}) {
     EXPECT_EQ(dataText(type, "", 255), "\\# 0") << type;
     EXPECT_EQ(dataText(type, "", 254), "\\# 0") << type;
+  }
+}
+
+TEST(DnsMessageTest, AddressesAreWrittenAsTheCLibraryWritesThem) {
+  std::minstd_rand random(1);
+  for (int i = 0; i < 20000; ++i) {
+    // Zeros and ones in most groups, so that every kind of run and of ending comes.
+    std::string address;
+    for (int group = 0; group < 8; ++group) {
+      const unsigned kinds[] = {0, 0, 0, 1, 0xffff, static_cast<unsigned>(random() & 0xffff)};
+      address += u16(kinds[random() % 6]);
+    }
+    char expected[INET6_ADDRSTRLEN];
+    inet_ntop(AF_INET6, address.data(), expected, sizeof expected);
+    ASSERT_EQ(dataText(28, address), expected);
+    inet_ntop(AF_INET, address.data(), expected, sizeof expected);
+    ASSERT_EQ(dataText(1, address.substr(0, 4)), expected);
   }
 }
 

@@ -98,8 +98,8 @@ struct HandlerRecorder {
   std::string processes;
   std::vector<unsigned> portsLookedUp;
   PacketHandler handler{{.processLookup =
-                             [this](std::uint16_t port) {
-                               portsLookedUp.push_back(port);
+                             [this](const platform::Flow& flow) {
+                               portsLookedUp.push_back(flow.sourcePort);
                                return processes;
                              },
                          .sink = [this](std::string_view text) { texts.emplace_back(text); },
@@ -112,6 +112,12 @@ inline std::optional<std::string> textOf(const std::string& message) {
   HandlerRecorder recorder;
   recorder.give(101, ipv4(udp(message, 53, 40000)));
   return recorder.texts.empty() ? std::nullopt : std::optional(recorder.texts.front());
+}
+
+inline std::string between(const std::string& text, const std::string& before,
+                           const std::string& after) {
+  const auto start = text.find(before) + before.size();
+  return text.substr(start, text.find(after, start) - start);
 }
 
 }  // namespace tovi::test

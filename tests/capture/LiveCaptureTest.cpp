@@ -84,7 +84,7 @@ class LiveCaptureTest : public testing::Test {
 TEST_F(LiveCaptureTest, ReceiverForwardsBurstsAndLongMessagesUntilItIsStopped) {
   Texts texts;
   LogRecorder log;
-  PacketReceiver receiver;
+  PacketReceiver receiver([](const auto&) { return std::string(); });
   receiver.updateInterfaces();
   EXPECT_TRUE(log.messages().empty());
   receiver.setMessageBuilder(&texts);

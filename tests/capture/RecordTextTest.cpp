@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
 #include "capture/DnsNames.h"
@@ -37,38 +35,6 @@ TEST(RecordTextTest, NamesOfTypesAndClasses) {
   const std::pair<std::uint16_t, const char*> classes[] = {
       {1, "IN"}, {2, "UNKW"}, {3, "CH"}, {4, "HS"}, {255, "ANY"}, {32769, "IN_QU"}};
   for (const auto& [code, name] : classes) EXPECT_EQ(dnsClassName(code), name);
-}
-
-/// Undoes the escapes of zone files.
-std::string unescaped(std::string text) {
-  for (std::size_t at = text.find('\\'); at != text.npos; at = text.find('\\', at + 1)) {
-    const std::string digits = text.substr(at + 1, std::isdigit(text[at + 1]) ? 3 : 0);
-    const char c = digits.empty() ? text[at + 1] : static_cast<char>(std::stoi(digits));
-    text.replace(at, digits.empty() ? 2 : 4, 1, c);
-  }
-  return text;
-}
-
-std::string between(const std::string& text, const std::string& before, const std::string& after) {
-  const auto start = text.find(before) + before.size();
-  return text.substr(start, text.find(after, start) - start);
-}
-
-TEST(RecordTextTest, EveryOctetInNamesAndDataComesBackAndBreaksNothing) {
-  for (int value = 0; value < 512; ++value) {
-    const std::string label = (value < 256 ? "" : "\\") + std::string(1, static_cast<char>(value));
-    const std::string name = counted(label) + '\0';
-    const std::string text = textOf(dnsMessage(1, 0, {name + u32(0x10001)},
-                                               {record(16, counted(label)), record(5, name)}))
-                                 .value();
-    EXPECT_TRUE(std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7f; }));
-    EXPECT_EQ(std::ranges::count(text, ','), 7) << text;
-    EXPECT_EQ(std::ranges::count(text, '!'), 8) << text;
-    EXPECT_EQ(std::ranges::count(text, ';'), 2 + 4 + 4 + 5) << text;
-    EXPECT_EQ(unescaped(between(text, "query0!", ";A;IN")), label);
-    EXPECT_EQ(unescaped(between(text, "answer0!", ";TXT;")), '"' + label + '"');
-    EXPECT_EQ(unescaped(between(text, "answer1!", ";CNAME;")), label);
-  }
 }
 
 TEST(RecordTextTest, ProcessItemKeepsItsLinesAndAddsNoItems) {

@@ -6,21 +6,27 @@
 namespace tovi {
 namespace {
 
+std::string printed(const RecordTextReader::List& list) {
+  std::string text;
+  for (const auto& item : list) text.append(item.key).append("=").append(item.value) += ' ';
+  return text;
+}
+
 TEST(RecordTextReader, OnlyPiecesOfTwoPartsBecomeItems) {
-  const RecordTextReader data(",,a!1,,b,c!,!d,!e!5!,f!1!2,g!!7,");
-  std::string items;
-  for (const auto& item : data.items())
-    items.append(item.key).append("=").append(item.value) += ' ';
-  EXPECT_EQ(items, "a=1 e=5 g=7 ");
-  EXPECT_EQ(data.value("g"), "7");
-  EXPECT_EQ(data.value("b"), std::nullopt);
+  const RecordTextReader data(",,id!1,,id,answer0!,!opcode,!query0!5!,response!1!2,flags!!7,x!1,");
+  EXPECT_EQ(data.id, "1");
+  EXPECT_EQ(data.flags, "7");
+  EXPECT_EQ(printed(data.queries), "query0=5 ");
+  for (const auto& missing : {data.opcode, data.response, data.process, data.dnsServers}) {
+    EXPECT_EQ(missing, "");
+  }
+  EXPECT_EQ(printed(data.answers), "");
 }
 
 TEST(RecordTextReader, LaterItemReplacesAnEarlierOne) {
-  const RecordTextReader data("a!1,b!2,a!3");
-  EXPECT_EQ(data.value("a"), "3");
-  ASSERT_EQ(data.items().size(), 2u);
-  EXPECT_EQ(data.items()[0].value, "3");
+  const RecordTextReader data("id!1,query0!2,id!3,query1!4,query0!5,queryx!6,query1!7,query3!8");
+  EXPECT_EQ(data.id, "3");
+  EXPECT_EQ(printed(data.queries), "query0=5 query1=7 queryx=6 query3=8 ");
 }
 
 TEST(DnsEventNames, WholeTextIsCompared) {

@@ -1,9 +1,15 @@
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "platform/Bundle.h"
+#include "platform/HostChanges.h"
 #include "platform/Network.h"
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/KeyValueText.h"
 #include "platform/linux/LogLine.h"
 #include "platform/linux/ResolverList.h"
@@ -53,6 +59,24 @@ TEST(NetworkChanges, StopFromAnotherThreadEndsTheRun) {
   changes.stop();
   runner.join();
   changes.run([] {});
+}
+
+TEST(HostChanges, AnInterfaceThatComesUpChangesTheRevision) {
+  bool isAllowed = false;
+  std::thread([&] {
+    isAllowed = unshare(CLONE_NEWNET) == 0;
+    if (!isAllowed) return;
+    platform::MainLoop loop;
+    const platform::HostChanges changes(loop);
+    const auto before = changes.revision();
+    ifreq loopback = {.ifr_ifrn = {"lo"}, .ifr_ifru = {.ifru_flags = IFF_UP}};
+    const platform::FileDescriptor any(socket(AF_INET, SOCK_DGRAM, 0));
+    EXPECT_EQ(ioctl(any.get(), SIOCSIFFLAGS, &loopback), 0);
+    const auto end = loop.repeat(std::chrono::milliseconds(1), [&loop] { loop.quit(); });
+    loop.run();
+    EXPECT_NE(changes.revision(), before);
+  }).join();
+  if (!isAllowed) GTEST_SKIP() << "no right to make a network namespace";
 }
 
 TEST(Bundle, TellsTheTextsOfItsInformation) {

@@ -65,6 +65,18 @@ TEST_F(StatusKeeperTest, NeitherTimeOutNorReportCausesAnEarlyMessage) {
   EXPECT_EQ(variables_.getString("status_last_send_failure_timestamp"), "2022-01-25T17:32:31Z");
 }
 
+TEST_F(StatusKeeperTest, ClockJumpsMoveTheTurnOfTheNextMessageButNotThatOfAForcedOne) {
+  for (const double jump : test::kClockJumps) {
+    keeper().getStatusMessage(true);
+    delivered();
+    const auto isDue = [this] { return askAfter(0).has_value(); };
+    test::expectWaitAcrossJump(clock_, jump, 890, isDue);
+    test::expectWaitAcrossJump(clock_, jump, 890, isDue);
+    clock_.advance(jump);
+    EXPECT_TRUE(keeper().getStatusMessage(true));
+  }
+}
+
 TEST_F(StatusKeeperTest, UnknownReportChangesNothing) {
   ASSERT_EQ(askAfter(890), "message 2");
   EXPECT_EQ(report("Sent", "{\"active\":false}"), "Delivery state unknow");

@@ -13,6 +13,7 @@ struct PlainSystem : SystemInformationProtocol {
   std::map<std::string, std::string> userNames() override { return {}; }
   SystemInformation systemInformation() override { return system; }
   std::string name() const override { return ""; }
+  std::uint64_t revision() const override { return 0; }
 };
 
 class StatusMessageTest : public test::StatusTest {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string_view>
 
@@ -8,7 +9,7 @@
 namespace tovi::replay {
 
 /// Takes what the components log while it lives, so that a replay leaves nothing in the system's
-/// log. One thread; one instance in a program.
+/// log. One instance in a program; `print` is called on the threads that log.
 class LogPrinter {
  public:
   /// `print` takes the lines of error level.
@@ -24,7 +25,7 @@ class LogPrinter {
   void take(const platform::LogEntry& entry);
 
   std::function<void(std::string_view line)> print_;
-  bool sawFailure_ = false;
+  std::atomic<bool> sawFailure_ = false;
 };
 
 }  // namespace tovi::replay

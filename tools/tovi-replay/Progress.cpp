@@ -30,11 +30,13 @@ void Progress::advance(std::uint64_t capturedBytes) {
 }
 
 void Progress::clear() {
+  std::lock_guard lock(drawing_);
   if (isDrawn_) std::fputs("\r\033[K", stderr);
   isDrawn_ = false;
 }
 
 void Progress::draw() {
+  std::lock_guard lock(drawing_);
   isDrawn_ = true;
   if (totalBytes_ == 0) {
     std::fprintf(stderr, "\r%" PRIu64 " packets", packets_);

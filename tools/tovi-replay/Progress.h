@@ -2,11 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 
 namespace tovi::replay {
 
 /// A bar on standard error, redrawn ten times a second at most; where the amount of work is not
-/// known, the number of packets alone. One thread.
+/// known, the number of packets alone. One thread, but for `clear`: any.
 class Progress {
  public:
   /// `totalBytes` of all files, 0 when not known. Nothing is drawn unless `shown`.
@@ -27,8 +28,10 @@ class Progress {
   const bool shown_;
   std::uint64_t bytes_ = 0;
   std::uint64_t packets_ = 0;
-  bool isDrawn_ = false;
   std::chrono::steady_clock::time_point lastDrawn_;
+
+  std::mutex drawing_;
+  bool isDrawn_ = false;  // Guarded by the mutex.
 };
 
 }  // namespace tovi::replay

@@ -30,7 +30,7 @@ bool showsProgress(const ReplayOptions& options) {
   return !options.quiet && isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
 }
 
-std::set<std::string> undesiredDomains(const std::string& collectorHost) {
+ToviDNSMessageBuilder::Domains undesiredDomains(const std::string& collectorHost) {
   if (collectorHost.empty()) return {};
   return {collectorHost};
 }
@@ -84,7 +84,7 @@ void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
 }
 
 PacketHandler Replay::makeHandler() {
-  return PacketHandler({.processLookup = [](std::uint16_t) { return std::string(); },
+  return PacketHandler({.processLookup = [](const auto&) { return std::string(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
                         .abandoned = [this] { noteFailure(); }},
                        "");

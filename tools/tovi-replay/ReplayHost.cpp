@@ -20,6 +20,10 @@ std::string ReplayHost::name() const {
   return {};
 }
 
+std::uint64_t ReplayHost::revision() const {
+  return 0;
+}
+
 std::vector<User> ReplayHost::loggedUsers() {
   return {};
 }

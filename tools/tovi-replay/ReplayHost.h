@@ -16,6 +16,7 @@ class ReplayHost : public SystemInformationProtocol,
   std::map<std::string, std::string> userNames() override;
   SystemInformation systemInformation() override;
   std::string name() const override;
+  std::uint64_t revision() const override;
   std::vector<User> loggedUsers() override;
   /// The version of this program.
   std::optional<std::string> shortVersion() const override;

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "platform/Memory.h"
 #include "tools/tovi-replay/Replay.h"
 
 namespace tovi::replay {
@@ -48,5 +49,6 @@ int run(int argc, char** argv) try {
 int main(int argc, char** argv) {
   // A reader that went away is then told by the failure to write.
   std::signal(SIGPIPE, SIG_IGN);
+  tovi::platform::keepFreedMemory();
   return tovi::replay::run(argc, argv);
 }

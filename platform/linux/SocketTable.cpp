@@ -1,0 +1,95 @@
+#include "platform/linux/SocketTable.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstring>
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/sock_diag.h>
+#include <netinet/in.h>
+
+#include "platform/linux/SystemCall.h"
+
+namespace tovi::platform {
+
+namespace {
+
+struct Request {
+  nlmsghdr header;
+  inet_diag_req_v2 body;
+};
+
+Request udpRequest(int family, std::uint16_t flags) {
+  Request request = {};
+  request.header.nlmsg_len = sizeof request;
+  request.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+  request.header.nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
+  request.body.sdiag_family = static_cast<std::uint8_t>(family);
+  request.body.sdiag_protocol = IPPROTO_UDP;
+  return request;
+}
+
+void copyAddress(const Address& address, __be32 (&to)[4]) {
+  const std::size_t skipped = isIpv4(address) ? 12 : 0;
+  std::memcpy(to, address.data() + skipped, address.size() - skipped);
+}
+
+Address addressOf(const __be32 (&from)[4], bool isIpv6) {
+  const bool isWhole = isIpv6 || from[0] == 0;
+  Address address = isWhole ? Address() : kAnyIpv4;
+  const std::size_t length = isWhole ? sizeof from : sizeof from[0];
+  std::memcpy(address.data() + address.size() - length, from, length);
+  return address;
+}
+
+UdpSocket socketOf(const inet_diag_msg& message) {
+  const bool isIpv6 = message.idiag_family == AF_INET6;
+  return {.inode = message.idiag_inode,
+          .isIpv6 = isIpv6,
+          .localAddress = addressOf(message.id.idiag_src, isIpv6),
+          .remoteAddress = addressOf(message.id.idiag_dst, isIpv6),
+          .localPort = ntohs(message.id.idiag_sport),
+          .remotePort = ntohs(message.id.idiag_dport)};
+}
+
+}  // namespace
+
+// Without the part of the kernel that knows UDP each single socket is unknown, but all those in no
+// state at all cannot be listed either.
+SocketTable::SocketTable() : netlink_(NETLINK_SOCK_DIAG) {
+  Request request = udpRequest(AF_INET, NLM_F_DUMP);
+  const int error = netlink_.ask(request.header).error;
+  if (error != 0) throwSystemError(error, "NETLINK_SOCK_DIAG");
+}
+
+std::optional<UdpSocket> SocketTable::find(const CapturedDatagram& datagram) {
+  const auto socket = ask(datagram);
+  // What the kernel itself talks with has no inode.
+  if (!socket || socket->inode == 0) return std::nullopt;
+  // A datagram that is only forwarded may come from a port that a socket has here, too.
+  const Address& source = datagram.flow.source;
+  const bool isOwn =
+      socket->localAddress == source || localAddresses_.contains(source, datagram.interfaceIndex);
+  return isOwn ? socket : std::nullopt;
+}
+
+// For UDP the kernel looks as if for a datagram that arrives, so the remote end is the source.
+std::optional<UdpSocket> SocketTable::ask(const CapturedDatagram& datagram) {
+  const Flow& flow = datagram.flow;
+  Request request = udpRequest(isIpv4(flow.source) ? AF_INET : AF_INET6, 0);
+  request.body.idiag_states = ~0u;
+  inet_diag_sockid& id = request.body.id;
+  copyAddress(flow.destination, id.idiag_src);
+  copyAddress(flow.source, id.idiag_dst);
+  id.idiag_sport = htons(flow.destinationPort);
+  id.idiag_dport = htons(flow.sourcePort);
+  id.idiag_if = datagram.interfaceIndex;
+  std::ranges::fill(id.idiag_cookie, INET_DIAG_NOCOOKIE);
+  const auto [error, body] = netlink_.ask(request.header);
+  inet_diag_msg message;
+  if (error != 0 || body.size() < sizeof message) return std::nullopt;
+  std::memcpy(&message, body.data(), sizeof message);
+  return socketOf(message);
+}
+
+}  // namespace tovi::platform
