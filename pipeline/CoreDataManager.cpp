@@ -13,6 +13,10 @@ namespace tovi {
 
 static constexpr const char* kInit = "init(executor:_:)";
 static constexpr const char* kFileName = "MessageModel.sqlite";
+// A usual batch, of 10 to 16 KB, fits one page and needs no overflow pages. A database that is
+// there already keeps its own page size.
+static constexpr int kPageBytes = 16 * 1024;
+static constexpr int kWriteAheadLogBytes = 4 * 1024 * 1024;
 
 [[noreturn]] static void throwSystemError(int code) {
   throw std::system_error(code, std::generic_category());
@@ -41,15 +45,23 @@ static void prepareDirectory(const std::filesystem::path& directory) {
   claimDirectory(directory);
 }
 
+// SQLite counts in pages.
+static void limitWriteAheadLog(SqliteDatabase& database) {
+  const int pageBytes = std::stoi(database.text("PRAGMA page_size"));
+  database.execute("PRAGMA wal_autocheckpoint=" + std::to_string(kWriteAheadLogBytes / pageBytes));
+}
+
 static std::unique_ptr<SqliteDatabase> openStore(const std::filesystem::path& directory) {
   prepareDirectory(directory);
   // Links above the store's own directory are the administrator's.
   const auto file = std::filesystem::canonical(directory) / kFileName;
   auto database = std::make_unique<SqliteDatabase>(file.string());
+  database->execute("PRAGMA page_size=" + std::to_string(kPageBytes));
   if (database->text("PRAGMA journal_mode=WAL") != "wal") {
     throw SqliteError("write-ahead log is not available");
   }
   database->execute("PRAGMA synchronous=FULL");
+  limitWriteAheadLog(*database);
   loadMessageModel(*database);
   return database;
 }

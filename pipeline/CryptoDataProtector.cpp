@@ -20,17 +20,21 @@ static const unsigned char* raw(const std::byte* bytes) {
   return reinterpret_cast<const unsigned char*>(bytes);
 }
 
-CryptoDataProtector::CryptoDataProtector(PersistenceDataProtocol& permanentDataManager) {
+CryptoDataProtector::CryptoDataProtector(PersistenceDataProtocol& permanentDataManager)
+    : permanentDataManager_(permanentDataManager) {
   if (sodium_init() < 0) fatalError("Error loading cipher library");
-  if (!readKey(permanentDataManager)) createKey(permanentDataManager);
+  // Keeps the key out of swap space, as far as the limit on locked memory allows.
+  sodium_mlock(key_.data(), key_.size());
+  isKeySaved_ = readKey();
+  if (!isKeySaved_) createKey();
 }
 
 CryptoDataProtector::~CryptoDataProtector() {
-  sodium_memzero(key_.data(), key_.size());
+  sodium_munlock(key_.data(), key_.size());
 }
 
-bool CryptoDataProtector::readKey(const PersistenceDataProtocol& permanentDataManager) {
-  auto item = permanentDataManager.read(kKeyAccount);
+bool CryptoDataProtector::readKey() {
+  auto item = permanentDataManager_.read(kKeyAccount);
   if (!item) return false;
   const bool isKey = item->size() == key_.size();
   if (isKey) std::copy_n(raw(item->data()), key_.size(), key_.begin());
@@ -39,13 +43,24 @@ bool CryptoDataProtector::readKey(const PersistenceDataProtocol& permanentDataMa
   return isKey;
 }
 
-void CryptoDataProtector::createKey(PersistenceDataProtocol& permanentDataManager) {
+void CryptoDataProtector::createKey() {
   crypto_aead_chacha20poly1305_ietf_keygen(key_.data());
   logger_.debug("init(permanentDataManager:)", "Saving key...");
-  permanentDataManager.save(std::as_bytes(std::span(key_)), kKeyAccount);
+  saveKey();
+}
+
+// Saving reports no failure: what can be read again is saved.
+void CryptoDataProtector::saveKey() const {
+  const auto key = std::as_bytes(std::span(key_));
+  permanentDataManager_.save(key, kKeyAccount);
+  auto item = permanentDataManager_.read(kKeyAccount);
+  isKeySaved_ = item && std::ranges::equal(*item, key);
+  if (item) sodium_memzero(item->data(), item->size());
+  if (!isKeySaved_) logger_.error("saveKey()", "Error: key is not saved, messages depend on it");
 }
 
 Bytes CryptoDataProtector::encrypt(ByteView plain) const {
+  if (!isKeySaved_) saveKey();
   Bytes sealed(kNonceSize + plain.size() + kTagSize);
   unsigned char* nonce = raw(sealed.data());
   randombytes_buf(nonce, kNonceSize);

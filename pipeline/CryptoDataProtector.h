@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 
 #include <sodium/crypto_aead_chacha20poly1305.h>
 
@@ -11,13 +12,14 @@ namespace tovi {
 
 /// Seals payloads with ChaCha20-Poly1305 (RFC 8439) under the installation's key, which is made at
 /// the first start and kept as a secret item. A stored item that is no key is replaced; what was
-/// sealed before can then not be opened any more. Any thread.
+/// sealed before can then not be opened any more. While a new key could not be stored, which is
+/// logged, every seal tries again. Any thread.
 class CryptoDataProtector : public CryptoDataProtectorProtocol {
  public:
   /// Where the key is kept.
   static constexpr const char* kKeyAccount = "tovi_agent_key";
 
-  /// `permanentDataManager` is used only during construction.
+  /// `permanentDataManager` is borrowed and must outlive it.
   explicit CryptoDataProtector(PersistenceDataProtocol& permanentDataManager);
   ~CryptoDataProtector() override;
   CryptoDataProtector(const CryptoDataProtector&) = delete;
@@ -27,10 +29,13 @@ class CryptoDataProtector : public CryptoDataProtectorProtocol {
   Bytes decrypt(ByteView sealed) const override;
 
  private:
-  bool readKey(const PersistenceDataProtocol& permanentDataManager);
-  void createKey(PersistenceDataProtocol& permanentDataManager);
+  bool readKey();
+  void createKey();
+  void saveKey() const;
 
   ToviLog logger_{"CryptoDataProtector", "main"};
+  PersistenceDataProtocol& permanentDataManager_;
+  mutable std::atomic<bool> isKeySaved_;
 
   // Constant after construction.
   std::array<unsigned char, crypto_aead_chacha20poly1305_ietf_KEYBYTES> key_;

@@ -8,16 +8,21 @@ namespace tovi {
 
 using nlohmann::ordered_json;
 
-// The events are appended as texts, so that no tree of the whole batch is built.
+static void appendJson(TextBuffer& text, const std::shared_ptr<const ToviDNSEvent>& event) {
+  appendJson(text, *event);
+}
+
 std::string jsonText(const DNSEvents& batch) {
-  std::string text = R"({"date":)" + ordered_json(batch.date).dump() + R"(,"version":)" +
-                     ordered_json(batch.version).dump() + R"(,"events_data":[)";
-  std::string_view separator;
-  for (const auto& event : batch.eventsData) {
-    text.append(separator).append(jsonText(*event));
-    separator = ",";
-  }
-  return text += "]}";
+  constexpr std::size_t kUsualEventSize = 700;
+  TextBuffer text;
+  text.room(kUsualEventSize * batch.eventsData.size());
+  text.append('{');
+  const JsonMemberWriter member(text);
+  member(JsonKey("date"), batch.date);
+  member(JsonKey("version"), batch.version);
+  member(JsonKey("events_data"), batch.eventsData);
+  text.append('}');
+  return std::string(text.view());
 }
 
 DNSEvents dnsEventsFrom(std::string_view text) {
@@ -27,14 +32,6 @@ DNSEvents dnsEventsFrom(std::string_view text) {
     batch.eventsData.push_back(std::make_shared<const ToviDNSEvent>(event.get<ToviDNSEvent>()));
   }
   return batch;
-}
-
-std::string joinedBatches(std::string_view first, std::string_view second) {
-  DNSEvents joined = dnsEventsFrom(first);
-  const DNSEvents added = dnsEventsFrom(second);
-  joined.eventsData.insert(joined.eventsData.end(), added.eventsData.begin(),
-                           added.eventsData.end());
-  return jsonText(joined);
 }
 
 }  // namespace tovi

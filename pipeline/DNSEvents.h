@@ -17,12 +17,9 @@ struct DNSEvents {
   std::vector<ToviDNSEventPointer> eventsData;
 };
 
-/// The batch as one line of JSON. Throws nlohmann::json::exception for texts that are not UTF-8.
+/// The batch as one line of JSON; in its texts, bytes that are no UTF-8 are replaced by U+FFFD.
 std::string jsonText(const DNSEvents& batch);
 /// Reads what jsonText writes. Throws nlohmann::json::exception for anything else.
 DNSEvents dnsEventsFrom(std::string_view text);
-/// One batch with the date and version of the first and the events of both, first those of `first`.
-/// Throws nlohmann::json::exception when one of the texts is no batch.
-std::string joinedBatches(std::string_view first, std::string_view second);
 
 }  // namespace tovi

@@ -40,7 +40,7 @@ bool isGzipData(ByteView bytes);
 Bytes gzipCompressed(ByteView plain, CompressionLevel level = CompressionLevel::DefaultCompression);
 /// Unpacks one gzip or zlib stream; bytes behind its end are ignored. Throws GzipError: `data` for
 /// bytes that are no such stream, `buffer` for a stream that ends early and for one that unpacks to
-/// more than `limit` bytes.
+/// more than `limit` bytes, `unknown` for a zlib stream that needs a dictionary.
 Bytes gzipDecompressed(ByteView packed, std::optional<std::size_t> limit = std::nullopt);
 
 }  // namespace tovi

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 namespace tovi {
 
 static constexpr const char* kBatchSizeKey = "dns_batch_size";
@@ -32,8 +30,10 @@ MessagePacker::MessagePacker(SavePropertyManagerProtocol& permanentVariable,
 
 void MessagePacker::addMessage(ToviDNSEventPointer event) {
   permanentVariable_.increment("dns_events_count");
-  serialQueue_.sync([&] { appendUnlessRepeated(std::move(event)); });
-  closeBatchIfDue();
+  store(serialQueue_.sync([&] {
+    appendUnlessRepeated(std::move(event));
+    return takeBatchIfDue();
+  }));
 }
 
 void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
@@ -42,8 +42,11 @@ void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
 }
 
 void MessagePacker::closeBatchIfDue() {
-  const auto batch = serialQueue_.sync([&] { return takeBatchIfDue(); });
-  if (batch) persistence_.saveMessage(encoded(*batch));
+  store(serialQueue_.sync([&] { return takeBatchIfDue(); }));
+}
+
+void MessagePacker::store(const std::optional<DNSEvents>& batch) {
+  if (batch) persistence_.saveMessage(jsonText(*batch));
 }
 
 std::optional<DNSEvents> MessagePacker::takeBatchIfDue() {
@@ -55,15 +58,6 @@ std::optional<DNSEvents> MessagePacker::takeBatchIfDue() {
   return DNSEvents{timeProvider_.currentTime(),
                    properties_.getString("dns_message_version").value_or("1.0.0.0"),
                    std::exchange(messageContainer_, {})};
-}
-
-std::string MessagePacker::encoded(const DNSEvents& batch) const {
-  try {
-    return jsonText(batch);
-  } catch (const nlohmann::json::exception& error) {
-    logger_.error("closeBatchIfDue()", "Error encoding batch: ", error.what());
-    return {};
-  }
 }
 
 void MessagePacker::setBatchSize(std::int64_t events) {

@@ -8,7 +8,6 @@
 #include "core/SavePropertyManagerProtocol.h"
 #include "core/SerialQueue.h"
 #include "core/TimeProviderProtocol.h"
-#include "core/ToviLog.h"
 #include "events/MessageFilterProtocol.h"
 #include "events/MessagePackerProtocol.h"
 #include "pipeline/DNSEvents.h"
@@ -39,10 +38,9 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
  private:
   void appendUnlessRepeated(ToviDNSEventPointer event);
   std::optional<DNSEvents> takeBatchIfDue();
-  std::string encoded(const DNSEvents& batch) const;
+  void store(const std::optional<DNSEvents>& batch);
 
   // Constant after construction.
-  ToviLog logger_{"MessagePacker", "main"};
   SavePropertyManagerProtocol& permanentVariable_;
   MessagePersistenceProtocol& persistence_;
   TimeProviderProtocol& timeProvider_;

@@ -1,11 +1,11 @@
 #include "pipeline/MessagePersistence.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "core/Utf8.h"
-#include "pipeline/DNSEvents.h"
 #include "pipeline/SqliteError.h"
 
 namespace tovi {
@@ -24,21 +24,48 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
       context_(coreData.persistentContainer()),
       deliveryHandler_(deliveryHandler) {}
 
-void MessagePersistence::saveMessage(const std::string& text) {
-  serialQueue_.sync([&] {
-    auto sealed = encrypMsg(text);
-    if (!sealed) return;
-    insertMessage(std::move(*sealed));
+MessagePersistence::~MessagePersistence() {
+  waitUntilSaved();
+  serialQueue_.sync([this] {
     saveDataChanges();
+    keepNewestUnsaved(0);
   });
 }
 
-void MessagePersistence::insertMessage(Bytes sealed) {
-  if (sealed.size() > MessagesContext::kMaxPayloadBytes) {
-    logger_.error("saveMessage(_:)", "Error: message is too large to be stored");
-    return;
+void MessagePersistence::saveMessage(const std::string& text) {
+  static constexpr const char* kFunction = "saveMessage(_:)";
+  auto sealed = encrypMsg(text);
+  if (!sealed) return countDropped(kFunction, "Error: message is not sealed");
+  if (sealed->size() > MessagesContext::kMaxPayloadBytes) {
+    return countDropped(kFunction, "Error: message is too large to be stored");
   }
-  context_.insert(timeProvider_.currentTime("yyyyMMddHHmmss"), std::move(sealed), now());
+  const bool hasRoom = insertMessage(std::move(*sealed));
+  if (!hasRoom) waitUntilSaved();
+}
+
+// The date is taken under the lock, so that the order of storing is that of the dates.
+bool MessagePersistence::insertMessage(Bytes sealed) {
+  std::lock_guard lock(waitingMutex_);
+  if (waiting_.empty()) serialQueue_.async([this] { saveWaitingMessages(); });
+  waitingBytes_ += sealed.size();
+  waiting_.push_back({timeProvider_.currentTime("yyyyMMddHHmmss"), std::move(sealed), now()});
+  return waitingBytes_ <= kMaxWaitingBytes;
+}
+
+void MessagePersistence::saveWaitingMessages() {
+  pacer_.wait();
+  {
+    std::lock_guard lock(waitingMutex_);
+    waitingBytes_ = 0;
+    for (auto& message : waiting_) context_.insert(std::move(message));
+    waiting_.clear();
+  }
+  saveDataChanges();
+}
+
+void MessagePersistence::waitUntilSaved() {
+  pacer_.hurry();
+  serialQueue_.sync([] {});
 }
 
 MessagePersistence::Texts MessagePersistence::getNewMessages() {
@@ -49,15 +76,17 @@ MessagePersistence::Texts MessagePersistence::getNewMessages() {
 }
 
 MessagePersistence::Texts MessagePersistence::handOverMessages() {
-  Texts texts;
+  BatchesById batches;
   for (auto& record : permittedMessages()) {
     try {
-      handOver(std::move(record), texts);
+      handOver(std::move(record), batches);
     } catch (const SqliteError& error) {
       logger_.error("getNewMessages()", "Error: ", error.what());
     }
   }
   saveDataChanges();
+  Texts texts;
+  for (const auto& [id, joined] : batches) texts.emplace(id, joined.text());
   return texts;
 }
 
@@ -85,11 +114,11 @@ void MessagePersistence::appendSharingLastId(Records& records) {
   }
 }
 
-void MessagePersistence::handOver(Messages record, Texts& texts) {
+void MessagePersistence::handOver(Messages record, BatchesById& batches) {
   const auto sealed = context_.payload(record);
   auto text = sealed ? decryptMsg(*sealed) : std::nullopt;
   if (text) {
-    addText(record.id.value_or(""), std::move(*text), texts);
+    addText(record.id.value_or(""), std::move(*text), batches);
     record.state = DeliveryState::HandedOver;
   } else {
     record.state = sealed ? DeliveryState::Undecryptable : DeliveryState::Empty;
@@ -97,17 +126,11 @@ void MessagePersistence::handOver(Messages record, Texts& texts) {
   context_.update(record);
 }
 
-void MessagePersistence::addText(const std::string& id, std::string text, Texts& texts) {
-  auto& present = texts[id];
+void MessagePersistence::addText(const std::string& id, std::string text, BatchesById& batches) {
   try {
-    if (present.empty()) {
-      present = std::move(text);
-    } else if (!text.empty()) {
-      present = joinedBatches(present, text);
-    }
+    batches[id].add(std::move(text));
   } catch (const nlohmann::json::exception& error) {
     logger_.error("getNewMessages()", "Error joining messages of ", id, ": ", error.what());
-    present = std::move(text);
   }
 }
 
@@ -179,13 +202,23 @@ void MessagePersistence::deleteDeliveryMessages(const std::string& id) {
 void MessagePersistence::saveDataChanges() {
   if (!context_.hasChanges()) return;
   try {
-    context_.save();
+    const auto stored = context_.save();
+    if (stored > 0) logger_.debug("saveDataChanges()", "Stored messages: ", stored);
   } catch (const SqliteError& error) {
     logger_.error("saveDataChanges()", "Error: ", error.what());
-    if (context_.dropExcessInsertion()) {
-      logger_.error("saveDataChanges()", "Error: too many unsaved messages, oldest dropped");
-    }
+    keepNewestUnsaved(MessagesContext::kMaxUnsavedInsertions);
   }
+}
+
+void MessagePersistence::keepNewestUnsaved(std::size_t count) {
+  for (auto dropped = context_.keepNewestInsertions(count); dropped > 0; --dropped) {
+    countDropped("saveDataChanges()", "Error: too many unsaved messages, oldest dropped");
+  }
+}
+
+void MessagePersistence::countDropped(const char* function, const char* reason) {
+  logger_.error(function, reason);
+  variables_.increment("data_dropped_messages");
 }
 
 std::optional<Bytes> MessagePersistence::encrypMsg(const std::string& text) const {

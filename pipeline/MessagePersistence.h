@@ -1,15 +1,20 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <mutex>
 #include <optional>
+#include <vector>
 
 #include "core/MessagePersistenceProtocol.h"
+#include "core/Pacer.h"
 #include "core/SavePropertyManagerProtocol.h"
 #include "core/SerialQueue.h"
 #include "core/TimeProviderProtocol.h"
 #include "core/ToviLog.h"
 #include "pipeline/CoreDataManager.h"
 #include "pipeline/CryptoDataProtectorProtocol.h"
+#include "pipeline/JoinedBatches.h"
 #include "pipeline/MessageDeliveryHandlerProtocol.h"
 #include "pipeline/MessagesContext.h"
 
@@ -17,33 +22,54 @@ namespace tovi {
 
 /// Keeps every batch, sealed, until the companion has reported its delivery. Batches stored in the
 /// same second share one identifier, and every operation on it concerns all of them; they are
-/// handed over together, joined into one text. Failures of the store are logged; a batch that
-/// cannot be written waits in memory for the next operation that saves. The collaborators are
-/// borrowed and must outlive it; the delivery handler is called by one thread at a time. Any
-/// thread.
+/// handed over together, joined into one text. When some of them were not, a success that is
+/// reported concerns only those that were.
+///
+/// `saveMessage` seals the batch and returns; a thread of the store commits all that came in since
+/// its last commit, together, in the order in which they came. A batch outlives a crash once its
+/// commit has returned, which is acknowledged by a debug line, "Stored messages: " and their
+/// number. A crash loses the newest: those in the commit under way and those that wait for the
+/// next, each about kMaxWaitingBytes at most. The other operations see every batch that was given
+/// before them. Destruction commits all.
+///
+/// Failures of the store are logged; a batch that cannot be written waits in memory for the next
+/// operation that saves, destruction included. A batch that is given up is logged and counted as
+/// "data_dropped_messages" in the variables. The collaborators are borrowed and must outlive it;
+/// the delivery handler is called by one thread at a time. Any thread.
 class MessagePersistence : public MessagePersistenceProtocol {
  public:
+  /// Sealed batches that wait for their commit; a caller that exceeds it waits for that commit.
+  static constexpr std::size_t kMaxWaitingBytes = 512 * 1024;
+  /// From one commit of waiting batches to the next, unless kMaxWaitingBytes wait before.
+  static constexpr std::chrono::milliseconds kCommitSpacing{50};
+
   /// `propertyManager` is read only during construction.
   MessagePersistence(CoreDataManager& coreData, TimeProviderProtocol& timeProvider,
                      const GetPropertyManagerProtocol& propertyManager,
                      SavePropertyManagerProtocol& variables,
                      MessageDeliveryHandlerProtocol& deliveryHandler,
                      CryptoDataProtectorProtocol& crypto);
+  ~MessagePersistence();
 
   void saveMessage(const std::string& text) override;
   std::map<std::string, std::string> getNewMessages() override;
   void messageDeliveryState(const std::string& id, bool deliveryFailed) override;
 
+  /// Returns once every batch given before is committed, or its failure is logged.
+  void waitUntilSaved();
+
  private:
   using Texts = std::map<std::string, std::string>;
   using Records = std::vector<Messages>;
+  using BatchesById = std::map<std::string, JoinedBatches>;
 
-  void insertMessage(Bytes sealed);
+  bool insertMessage(Bytes sealed);
+  void saveWaitingMessages();
   Texts handOverMessages();
   Records permittedMessages();
   void appendSharingLastId(Records& records);
-  void handOver(Messages record, Texts& texts);
-  void addText(const std::string& id, std::string text, Texts& texts);
+  void handOver(Messages record, BatchesById& batches);
+  void addText(const std::string& id, std::string text, BatchesById& batches);
   void returnToPending(const std::string& id);
   void confirmDelivery(const std::string& id);
 
@@ -51,6 +77,8 @@ class MessagePersistence : public MessagePersistenceProtocol {
   Records makeFilteredFetch(const std::function<Records()>& fetch);
   void deleteDeliveryMessages(const std::string& id);
   void saveDataChanges();
+  void keepNewestUnsaved(std::size_t count);
+  void countDropped(const char* function, const char* reason);
   std::optional<Bytes> encrypMsg(const std::string& text) const;
   std::optional<std::string> decryptMsg(ByteView sealed) const;
   double now() const;
@@ -62,6 +90,14 @@ class MessagePersistence : public MessagePersistenceProtocol {
   CryptoDataProtectorProtocol& crypto_;
   /// Seconds.
   const double updateStateOlderDeliveredMessagesTimeout_;
+
+  // Guarded by the mutex. While batches wait, the queue has a block that will save them.
+  std::mutex waitingMutex_;
+  std::vector<MessagesContext::Insertion> waiting_;
+  std::size_t waitingBytes_ = 0;
+
+  // Any thread.
+  Pacer pacer_{kCommitSpacing};
 
   // Only on the queue.
   MessagesContext context_;

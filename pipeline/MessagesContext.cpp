@@ -23,7 +23,11 @@ MessagesContext::MessagesContext(SqliteDatabase& database)
       fetchPayload_(database, "SELECT data FROM Messages WHERE rowid = ?"),
       insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
       update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
-      remove_(database, "DELETE FROM Messages WHERE id = ?") {}
+      remove_(database,
+              // The records are chosen before the first is deleted, which would change the choice.
+              "DELETE FROM Messages WHERE rowid IN (SELECT rowid FROM Messages "
+              "WHERE id = ?1 AND (state <> 1 OR NOT EXISTS "
+              "(SELECT 1 FROM Messages WHERE id = ?1 AND state = 2)))") {}
 
 std::vector<Messages> MessagesContext::fetch(DeliveryState state) {
   fetchByState_.bind(1, static_cast<std::int64_t>(state));
@@ -52,8 +56,8 @@ std::optional<Bytes> MessagesContext::payload(const Messages& record) {
   return payload;
 }
 
-void MessagesContext::insert(std::string id, Bytes payload, double lastUpdate) {
-  insertions_.push_back({std::move(id), std::move(payload), lastUpdate});
+void MessagesContext::insert(Insertion message) {
+  insertions_.push_back(std::move(message));
 }
 
 void MessagesContext::update(const Messages& record) {
@@ -65,19 +69,19 @@ void MessagesContext::remove(const std::string& id) {
   remove_.run();
 }
 
-void MessagesContext::save() {
+std::size_t MessagesContext::save() {
   const auto updates = std::exchange(updates_, {});
   database_.transaction([&] {
     for (const auto& message : insertions_) write(message);
     for (const auto& record : updates) write(record);
   });
-  insertions_.clear();
+  return std::exchange(insertions_, {}).size();
 }
 
-bool MessagesContext::dropExcessInsertion() {
-  if (insertions_.size() <= kMaxUnsavedInsertions) return false;
-  insertions_.pop_front();
-  return true;
+std::size_t MessagesContext::keepNewestInsertions(std::size_t count) {
+  const auto excess = insertions_.size() - std::min(insertions_.size(), count);
+  insertions_.erase(insertions_.begin(), insertions_.begin() + static_cast<std::ptrdiff_t>(excess));
+  return excess;
 }
 
 void MessagesContext::write(const Insertion& message) {

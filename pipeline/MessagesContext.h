@@ -11,7 +11,7 @@ namespace tovi {
 
 /// The messages of a store, and the changes to them until they are saved. Fetches return what is
 /// saved, at most kFetchLimit records. The database is borrowed and must outlive it. All but
-/// `insert`, `update`, `hasChanges` and `dropExcessInsertion` throw SqliteError. One caller at a
+/// `insert`, `update`, `hasChanges` and `keepNewestInsertions` throw SqliteError. One caller at a
 /// time.
 class MessagesContext {
  public:
@@ -21,6 +21,13 @@ class MessagesContext {
   /// Messages that wait for a store that cannot be written to.
   static constexpr std::size_t kMaxUnsavedInsertions = 64;
 
+  /// A new pending message.
+  struct Insertion {
+    std::string id;
+    Bytes payload;
+    double lastUpdate;
+  };
+
   explicit MessagesContext(SqliteDatabase& database);
 
   /// By `lastUpdate`, the oldest first.
@@ -29,27 +36,22 @@ class MessagesContext {
   /// Nothing when the record has no payload, or one that is no byte string.
   std::optional<Bytes> payload(const Messages& record);
 
-  /// Adds a pending message, its payload of at most kMaxPayloadBytes.
-  void insert(std::string id, Bytes payload, double lastUpdate);
+  /// Adds a message, its payload of at most kMaxPayloadBytes.
+  void insert(Insertion message);
   /// Changes the state and `lastUpdate` of the record.
   void update(const Messages& record);
-  /// Deletes at once, without `save`.
+  /// Deletes at once, without `save`: all records of `id`, or, when only some of them were handed
+  /// over, all but those that are still pending.
   void remove(const std::string& id);
 
   bool hasChanges() const { return !insertions_.empty() || !updates_.empty(); }
-  /// Writes all changes or none. After a failure the insertions are kept for the next time and the
-  /// updates are forgotten.
-  void save();
-  /// Gives up the oldest insertion and returns true when more than kMaxUnsavedInsertions wait.
-  bool dropExcessInsertion();
+  /// Writes all changes or none; returns how many insertions it wrote. After a failure the
+  /// insertions are kept for the next time and the updates are forgotten.
+  std::size_t save();
+  /// Gives up the oldest insertions, so that at most `count` wait; returns how many.
+  std::size_t keepNewestInsertions(std::size_t count);
 
  private:
-  struct Insertion {
-    std::string id;
-    Bytes payload;
-    double lastUpdate;
-  };
-
   static std::vector<Messages> records(SqliteStatement& fetch);
   void write(const Insertion& message);
   void write(const Messages& record);

@@ -22,8 +22,12 @@ class Delivery : public Pipeline {
   void saveOnePerSecond(int count) {
     for (int i = 0; i < count; ++i, clock_.advance(1)) save(std::to_string(i));
   }
-  void sql(const std::string& statements) { store_.persistentContainer().execute(statements); }
-  std::string query(const char* statement) { return store_.persistentContainer().text(statement); }
+  SqliteDatabase& saved() {
+    messages_.waitUntilSaved();
+    return store_.persistentContainer();
+  }
+  void sql(const std::string& statements) { saved().execute(statements); }
+  std::string query(const char* statement) { return saved().text(statement); }
   std::string states() {
     return query("SELECT group_concat(state, '') FROM (SELECT * FROM Messages ORDER BY rowid)");
   }
@@ -64,12 +68,49 @@ TEST_F(Delivery, FailuresCloseTogetherCountOnceAndASuccessForgetsThem) {
   EXPECT_EQ(askAfter(9), DeliverOneMessage);
 }
 
+TEST_F(Delivery, ClockJumpsMoveTheWaitAfterAFailureAndASuccessEndsIt) {
+  for (const double jump : kClockJumps) {
+    askAfter(0);
+    failAfter(1);
+    expectWaitAcrossJump(clock_, jump, 9, [this] { return askAfter(0) == DeliverOneMessage; });
+    failAfter(1);
+    clock_.advance(-std::abs(jump));
+    EXPECT_EQ(askAfter(0), NotDeliverMessages);
+    handler_.deliverySucceeded();
+    EXPECT_EQ(askAfter(0), DeliverEveryMessage);
+    clock_.advance(std::abs(jump));
+  }
+}
+
 TEST_F(Delivery, MessageIsKeptSealedUnderItsStoringTime) {
   save("secret");
   EXPECT_EQ(query("SELECT id||'|'||state||'|'||lastUpdate||'|'||instr(data, 'secret') "
                   "FROM Messages"),
             "20220125170252|1|1643130172.0|0");
   EXPECT_EQ(messages_.getNewMessages().at("20220125170252"), batchOf("secret"));
+}
+
+TEST_F(Delivery, BatchesThatComeWhileTheDiskIsBusyShareOneAcknowledgedCommit) {
+  SqliteDatabase maintenance((directory_ / "store/MessageModel.sqlite").string());
+  maintenance.execute("BEGIN IMMEDIATE");
+  saveOnePerSecond(30);
+  maintenance.execute("COMMIT");
+  EXPECT_EQ(query("SELECT count(*) FROM Messages WHERE lastUpdate = 1643130171 + rowid"), "30");
+  std::vector<std::string> lines = log_.messages();
+  std::erase_if(lines, [](const auto& line) { return !line.starts_with("Stored messages: "); });
+  EXPECT_TRUE(lines.size() == 1 || lines.size() == 2) << lines.size();
+}
+
+TEST_F(Delivery, EverythingGivenBeforeIsSeenAndEndingCommitsTheRest) {
+  save("a");
+  messages_.messageDeliveryState("20220125170252", false);
+  EXPECT_EQ(states(), "");
+  const std::string large(messages_.kMaxWaitingBytes, ' ');
+  {
+    MessagePersistence ending(store_, clock_, settings_, variables_, handler_, crypto_);
+    for (const auto& text : {large, large, batchOf("a")}) ending.saveMessage(text);
+  }
+  EXPECT_EQ(states(), "111");
 }
 
 TEST_F(Delivery, TwentyOldestAreHandedOutAndThenTheRest) {
@@ -92,12 +133,19 @@ TEST_F(Delivery, FailureReturnsTheMessageAndALaterSuccessDeletesIt) {
   EXPECT_EQ(log_.count("messageDeliveryState 20220125170252 -- state: Nok"), 1);
 }
 
-TEST_F(Delivery, UnreportedMessageReturnsWhenItsTimeIsUp) {
-  save("a");
-  EXPECT_EQ(handedOutAfter(30), "a ");
-  EXPECT_EQ(handedOutAfter(29), "");
-  EXPECT_EQ(handedOutAfter(1), "a ");
-  EXPECT_EQ(handedOutAfter(59), "");
+TEST_F(Delivery, UnreportedMessageReturnsWhenTheClockSaysSoAndNewOnesGoAtOnce) {
+  for (const double jump : kClockJumps) {
+    save("a");
+    EXPECT_EQ(handedOutAfter(30), "a ");
+    expectWaitAcrossJump(clock_, jump, 30, [this] {
+      clock_.advance(0.01);
+      save("b");
+      const auto names = handedOutAfter(0);
+      EXPECT_TRUE(names.find("b ") != names.npos);
+      return names.find("a ") != names.npos;
+    });
+    sql("DELETE FROM Messages");
+  }
 }
 
 TEST_F(Delivery, MessagesOfOneSecondAreHandedOutJoinedAndDeletedTogether) {
@@ -111,6 +159,15 @@ TEST_F(Delivery, MessagesOfOneSecondAreHandedOutJoinedAndDeletedTogether) {
   EXPECT_EQ(states(), "2221");
   messages_.messageDeliveryState("20220125170252", false);
   EXPECT_EQ(states(), "1");
+}
+
+TEST_F(Delivery, ReportDeletesOfABusySecondOnlyWhatWasHandedOver) {
+  const auto handedOut = [this] { return handedOutAfter(0).size() / std::size("n"); };
+  for (int i = 0; i < 25; ++i) save("n");
+  EXPECT_EQ(handedOut(), 20u);
+  save("n");
+  messages_.messageDeliveryState("20220125170252", false);
+  EXPECT_EQ(handedOut(), 6u);
 }
 
 TEST_F(Delivery, RecordsWithoutAUsablePayloadAreParked) {
@@ -129,8 +186,10 @@ TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSaveOrDoneAgain) {
   sql("PRAGMA query_only=ON");
   clock_.advance(1);
   saveOnePerSecond(66);
+  messages_.waitUntilSaved();
   EXPECT_TRUE(log_.hasPrefix("Error: attempt to write a readonly database"));
   EXPECT_EQ(log_.count("Error: too many unsaved messages, oldest dropped"), 2);
+  EXPECT_EQ(variables_.getInt("data_dropped_messages"), 2);
   EXPECT_EQ(handedOutAfter(0), "a ");
   messages_.messageDeliveryState("20220125170252", false);
   EXPECT_TRUE(log_.hasPrefix("Error deleting data: attempt to write a readonly database"));

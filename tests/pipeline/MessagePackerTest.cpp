@@ -47,11 +47,21 @@ TEST_F(Packer, TwentiethEventClosesTheBatch) {
       R"({"date":"2022-01-25T17:02:52Z","version":"1.0.0.0","events_data":[{)"));
 }
 
-TEST_F(Packer, BatchClosesByAgeAndEveryDueCheckRestartsTheDelay) {
-  EXPECT_EQ(batchesAfter(50), 0u);
-  add(3);
-  EXPECT_EQ(batchesAfter(49), 0u);
-  EXPECT_EQ(batchesAfter(1), 1u);
+TEST_F(Packer, ClockJumpsLoseNothingAndHoldBackOnlyWhatIsNoFullBatch) {
+  for (const double jump : kClockJumps) {
+    batchesAfter(50);
+    add(3);
+    const auto before = store_.texts.size();
+    expectWaitAcrossJump(clock_, jump, 50, [&] { return batchesAfter(0) > before; });
+    clock_.advance(jump);
+    add(40);
+    EXPECT_GE(store_.texts.size(), before + 3);
+    clock_.advance(std::abs(jump));
+  }
+  batchesAfter(50);
+  std::string names;
+  for (const auto& text : store_.texts) names += namesIn(text);
+  EXPECT_EQ(names.size(), 2 * 5 * 43u);
 }
 
 TEST_F(Packer, EveryOfferedEventCountsButOnlyNewOnesArePacked) {

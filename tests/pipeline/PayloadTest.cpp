@@ -24,6 +24,18 @@ TEST_F(Sealing, KeyIsKeptAcrossRestartsUnlessItsSizeIsWrong) {
   EXPECT_EQ(log_.count("Saving key..."), 4);
 }
 
+TEST_F(Sealing, KeyThatCouldNotBeSavedIsSavedByTheNextSeal) {
+  const auto elsewhere = directory_ / "full";
+  writeFile(elsewhere, "no directory");
+  KeychainHelper keychain(elsewhere, "ToviAgent");
+  const CryptoDataProtector crypto(keychain);
+  crypto.encrypt({});
+  EXPECT_EQ(log_.count("Error: key is not saved, messages depend on it"), 2);
+  std::filesystem::remove(elsewhere);
+  const auto sealed = crypto.encrypt(bytesOf("abc"));
+  EXPECT_TRUE(std::ranges::equal(CryptoDataProtector(keychain).decrypt(sealed), bytesOf("abc")));
+}
+
 TEST_F(Sealing, EverySealHasItsOwnNonceAndATagWithoutWhichItDoesNotOpen) {
   EXPECT_EQ(crypto_.encrypt({}).size(), 28u);
   EXPECT_NE(crypto_.encrypt(bytesOf("abc")), sealed_);

@@ -36,11 +36,11 @@ inline std::string namesIn(const std::string& text) {
 /// system's own rm.
 class Pipeline : public testing::Test {
  protected:
-  CoreDataManager openStore() {
+  CoreDataManager openStore(const std::string& name = "store") {
     CommandExecutor executor([](const auto& path, const auto& arguments) {
       return platform::runProgram(path, arguments);
     });
-    return CoreDataManager(directory_ / "store", executor, false);
+    return CoreDataManager(directory_ / name, executor, false);
   }
 
   LogRecorder log_;

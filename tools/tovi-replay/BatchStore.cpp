@@ -46,6 +46,7 @@ void BatchStore::begin() {
 void BatchStore::finish() {
   clock_.advance(packer_.kDefaultBatchDelaySeconds);
   packer_.closeBatchIfDue();
+  persistence_.waitUntilSaved();
 }
 
 }  // namespace tovi::replay

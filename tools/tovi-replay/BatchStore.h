@@ -18,8 +18,8 @@
 
 namespace tovi::replay {
 
-/// Filters, packs, seals and stores events as the daemon does. The borrowed arguments must outlive
-/// it. One thread.
+/// Filters, packs, seals and stores events as the daemon does; all is stored once `finish` returns.
+/// The borrowed arguments must outlive it. One thread.
 class BatchStore : public EventDestination {
  public:
   /// Opens or makes the store and its key below the options' store directory. Throws
