@@ -1,25 +1,26 @@
 // Frames of one interface, chosen by an attacker: whatever they are, each record text must be well
-// formed. The input is one octet that chooses the link type, then frames, each behind its length in
-// two octets.
+// formed, and its event must hold what the text says. The input is one octet that chooses the link
+// type, then frames, each behind its length in two octets.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "capture/ByteCursor.h"
 #include "capture/PacketHandler.h"
+#include "fuzz/EventCheck.h"
+#include "fuzz/Require.h"
+
+namespace tovi::fuzz {
 
 namespace {
 
 constexpr std::array kLinkTypes = {1, 113, 276, 0, 108, 101, 9, 50, 51, 12, 228, 229};
-constexpr std::string_view kProcesses = "COMMAND PID USER\nevil!,; \x01\xff 17 root\n";
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
+constexpr std::string_view kProcesses = "COMMAND PID USER\nevil!,; 17 root\x01\xff 4u\n";
+constexpr std::string_view kDnsServers = "192.0.2.53;192.0.2.54";
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
@@ -34,26 +35,33 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 /// Walks the items of a text in the order in which they must stand.
 class Items {
  public:
+  using Fields = std::vector<std::string_view>;
+
   explicit Items(std::string_view text) : items_(split(text, ',')) {}
 
-  bool nextIs(const std::string& key) const {
-    return at_ < items_.size() && items_[at_].starts_with(key + "!");
+  bool nextIs(std::string_view key) const {
+    return at_ < items_.size() && items_[at_].size() > key.size() && items_[at_].starts_with(key) &&
+           items_[at_][key.size()] == '!';
   }
-  /// The value of the next item, which must have this key and, unless `fields` is 0, this many
-  /// fields, none of them empty.
-  std::string_view take(const std::string& key, std::size_t fields) {
+  std::string_view take(std::string_view key) {
     require(nextIs(key));
     const std::string_view value = items_[at_++].substr(key.size() + 1);
     require(value.find('!') == value.npos);
-    const auto parts = split(value, ';');
-    require(fields == 0 || parts.size() == fields);
-    for (const auto part : parts) require(fields == 0 || !part.empty());
     return value;
   }
-  void takeNumbered(const std::string& key, std::size_t fields) {
-    for (std::size_t i = 0; nextIs(key + std::to_string(i)); ++i) {
-      take(key + std::to_string(i), fields);
+  /// The fields of the next item, which must have this key and this many of them, none blank.
+  Fields take(std::string_view key, std::size_t count) {
+    auto fields = split(take(key), ';');
+    require(fields.size() == count);
+    for (const auto field : fields) require(field.find_first_not_of(' ') != field.npos);
+    return fields;
+  }
+  std::vector<Fields> takeNumbered(const std::string& key, std::size_t count) {
+    std::vector<Fields> all;
+    while (nextIs(key + std::to_string(all.size()))) {
+      all.push_back(take(key + std::to_string(all.size()), count));
     }
+    return all;
   }
   bool atEnd() const { return at_ == items_.size(); }
 
@@ -62,33 +70,71 @@ class Items {
   std::size_t at_ = 0;
 };
 
-void checkText(std::string_view text) {
-  std::string_view process;
-  Items items(text);
-  items.take("id", 1);
-  if (items.nextIs("process")) process = items.take("process", 0);
-  items.take("opcode", 1);
-  items.take("response", 1);
-  items.takeNumbered("query", 3);
-  items.takeNumbered("answer", 5);
-  items.take("flags", 6);
-  require(items.take("dnsServers", 0) == "192.0.2.53;192.0.2.54");
-  require(items.atEnd());
-  for (const char& c : text) {
-    const bool inProcess = &c >= process.data() && &c < process.data() + process.size();
-    require((c >= 0x20 && c <= 0x7e) || (inProcess && c == '\n'));
-  }
+/// The events leave out the blanks around a field, such as those behind an empty list of types.
+std::string_view trimmed(std::string_view field) {
+  field.remove_prefix(field.find_first_not_of(' '));
+  return field.substr(0, field.find_last_not_of(' ') + 1);
 }
+
+bool isUndesired(const Items::Fields& query) {
+  return query[0] == EventCheck::kUndesiredDomain;
+}
+
+void checkEvent(const DnsPacket& packet, const std::vector<Items::Fields>& queries,
+                const std::vector<Items::Fields>& answers) {
+  require(packet.question->name == queries[0][0] && packet.question->type == queries[0][1]);
+  require(packet.answers->size() == answers.size());
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    const Answer& answer = (*packet.answers)[i];
+    require(answer.data == trimmed(answers[i][0]) && answer.type == answers[i][1]);
+    require(std::to_string(answer.ttl.value()) == answers[i][3] && answer.name == answers[i][4]);
+  }
+  require(packet.flags && packet.queriedServers->size() == 2);
+}
+
+class TextCheck {
+ public:
+  void operator()(std::string_view text) {
+    checkCharacters(text);
+    Items items(text);
+    const auto id = items.take("id", 1);
+    if (items.nextIs("process")) require(items.take("process").ends_with("\\001\\255 4u\n"));
+    items.take("opcode", 1);
+    items.take("response", 1);
+    const auto queries = items.takeNumbered("query", 3);
+    const auto answers = items.takeNumbered("answer", 5);
+    items.take("flags", 6);
+    require(items.take("dnsServers") == kDnsServers);
+    require(items.atEnd());
+    const std::size_t before = events_.events().size();
+    events_.feed(text);
+    const bool isComplete = id[0] != "0" && !queries.empty() && !answers.empty() &&
+                            std::ranges::none_of(queries, isUndesired);
+    require((events_.events().size() > before) == isComplete);
+    if (isComplete) checkEvent(events_.events().back()->dnsPacket.value(), queries, answers);
+  }
+
+ private:
+  static void checkCharacters(std::string_view text) {
+    for (const char c : text) require((c >= 0x20 && c <= 0x7e) || c == '\n');
+  }
+
+  EventCheck events_;
+};
 
 }  // namespace
 
+}  // namespace tovi::fuzz
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tovi::PacketHandler handler({.processLookup = [](auto) { return std::string(kProcesses); },
-                               .sink = checkText,
-                               .abandoned = [] {}},
-                              "192.0.2.53;192.0.2.54");
-  tovi::ByteCursor cursor(std::as_bytes(std::span(data, size)));
-  const int linkType = kLinkTypes[cursor.u8() % kLinkTypes.size()];
+  using namespace tovi;
+  fuzz::TextCheck checkText;
+  PacketHandler handler({.processLookup = [](const auto&) { return std::string(fuzz::kProcesses); },
+                         .sink = [&](std::string_view text) { checkText(text); },
+                         .abandoned = [] {}},
+                        std::string(fuzz::kDnsServers));
+  ByteCursor cursor(std::as_bytes(std::span(data, size)));
+  const int linkType = fuzz::kLinkTypes[cursor.u8() % fuzz::kLinkTypes.size()];
   std::chrono::system_clock::time_point time;
   while (!cursor.rest().empty()) {
     const std::size_t length = cursor.u16();

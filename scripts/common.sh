@@ -12,7 +12,9 @@ run_packages=(dbus-daemon lsof dnsmasq-base)
 run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with.
 test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema systemd)
-check_packages=(git clang clang-format libclang-rt-14-dev)
+# Older releases of clang cannot build all of the sources.
+fuzz_packages=(clang-16 libclang-rt-16-dev)
+check_packages=(git clang-format)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"

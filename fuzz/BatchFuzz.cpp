@@ -1,0 +1,45 @@
+// Two batches as they come out of the store, a zero octet between them: each is refused or reads
+// back the same, and joined they have the events of both.
+
+#include <nlohmann/json.hpp>
+
+#include "core/Utf8.h"
+#include "fuzz/Require.h"
+#include "pipeline/JoinedBatches.h"
+
+namespace tovi::fuzz {
+
+namespace {
+
+std::string normalized(std::string_view text) {
+  const std::string json = jsonText(dnsEventsFrom(text));
+  require(isUtf8(json) && isOneLine(json));
+  require(jsonText(dnsEventsFrom(json)) == json);
+  return json;
+}
+
+void check(std::string_view first, std::string_view second) {
+  normalized(first);
+  const std::size_t count =
+      dnsEventsFrom(first).eventsData.size() + dnsEventsFrom(second).eventsData.size();
+  JoinedBatches batches;
+  batches.add(std::string(first));
+  batches.add(std::string(second));
+  const std::string joined = batches.text();
+  require(normalized(joined) == joined);
+  require(dnsEventsFrom(joined).eventsData.size() == count);
+}
+
+}  // namespace
+
+}  // namespace tovi::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto text = tovi::fuzz::textOf(data, size);
+  const auto end = std::min(text.find('\0'), size);
+  try {
+    tovi::fuzz::check(text.substr(0, end), text.substr(std::min(end + 1, size)));
+  } catch (const nlohmann::json::exception&) {
+  }
+  return 0;
+}
