@@ -1,0 +1,90 @@
+// Captures on the loopback interface as the daemon does and prints, for each query that it sees,
+// the name asked for, the process identifier found ("-" for none), the microseconds that the lookup
+// took, and the microseconds from the packet's capture to the lookup's end.
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <net/if.h>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "capture/CaptureDevice.h"
+#include "capture/PacketHandler.h"
+#include "platform/ProcessLookup.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+long microseconds(auto duration) {
+  return static_cast<long>(std::chrono::duration_cast<std::chrono::microseconds>(duration).count());
+}
+
+/// What stands between two texts; empty when it does not.
+std::string between(std::string_view text, std::string_view before, std::string_view behind) {
+  const auto begin = text.find(before);
+  if (begin == text.npos) return {};
+  text.remove_prefix(begin + before.size());
+  return std::string(text.substr(0, text.find(behind)));
+}
+
+/// The second column of the second line.
+std::string processOf(const std::string& lsofText) {
+  const std::string row = between(lsofText, "\n", "\n");
+  const auto begin = row.find_first_not_of(' ', row.find(' '));
+  if (begin == row.npos) return "-";
+  return row.substr(begin, row.find(' ', begin) - begin);
+}
+
+class Report {
+ public:
+  Report(tovi::platform::ProcessLookup lookup, unsigned interfaceIndex)
+      : lookup_(std::move(lookup)), interfaceIndex_(interfaceIndex) {}
+
+  void onFrame(const tovi::CapturedFrame& frame) {
+    handler_.onPacketArrives(frame);
+    if (!lookupTime_) return;
+    std::printf("%s %s %ld %ld\n", asked_.c_str(), process_.c_str(), microseconds(*lookupTime_),
+                microseconds(std::chrono::system_clock::now() - frame.time));
+    std::fflush(stdout);
+    lookupTime_.reset();
+  }
+
+ private:
+  std::string timedLookup(const tovi::platform::Flow& flow) {
+    const auto begin = Clock::now();
+    const std::string text = lookup_({flow, interfaceIndex_});
+    lookupTime_ = Clock::now() - begin;
+    process_ = processOf(text);
+    return text;
+  }
+
+  const tovi::platform::ProcessLookup lookup_;
+  const unsigned interfaceIndex_;
+  std::optional<Clock::duration> lookupTime_;
+  std::string process_;
+  std::string asked_;
+  tovi::PacketHandler handler_{
+      {.processLookup = [this](const auto& flow) { return timedLookup(flow); },
+       .sink = [this](std::string_view text) { asked_ = between(text, ",query0!", ";"); },
+       .abandoned = [] {}},
+      ""};
+};
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  if (argumentCount != 2) {
+    std::fprintf(stderr, "usage: %s native|lsof\n", arguments[0]);
+    return 2;
+  }
+  Report report(tovi::platform::makeProcessLookup(arguments[1]), if_nametoindex("lo"));
+  tovi::CaptureDevice device("lo", true, [&](const auto& frame) { report.onFrame(frame); });
+  device.start();
+  std::puts("ready");
+  std::fflush(stdout);
+  std::string line;
+  while (std::getline(std::cin, line)) {
+  }
+}
