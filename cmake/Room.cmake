@@ -9,6 +9,8 @@ target_compile_options(tovi_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow 
                        # Log entries name their source file: from the project's root, not a build's.
                        -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 target_compile_definitions(tovi_options INTERFACE $<$<CONFIG:RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+target_compile_options(tovi_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-fstack-protector-strong>)
+target_link_options(tovi_options INTERFACE -Wl,-z,relro,-z,now)
 
 function(tovi_expose_room room)
   file(MAKE_DIRECTORY "${TOVI_ROOMS_DIR}/${room}")

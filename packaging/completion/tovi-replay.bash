@@ -1,0 +1,19 @@
+# bash completion for tovi-replay(1)
+
+_tovi_replay() {
+  local cur prev words cword
+  _init_completion || return
+
+  case $prev in
+    --store) _filedir -d; return ;;
+    --batch-size | --collector-host | --repetition-interval) return ;;
+  esac
+
+  if [[ $cur == -* ]]; then
+    COMPREPLY=($(compgen -W '--batch-size --collector-host --events --help --quiet --records
+      --repetition-interval --store --version' -- "$cur"))
+  else
+    _filedir '@(pcap|pcapng|cap)'
+  fi
+} &&
+  complete -F _tovi_replay tovi-replay

@@ -1,0 +1,42 @@
+# bash completion for tovictl(1)
+
+_tovictl() {
+  local cur prev words cword
+  _init_completion -n = || return
+
+  local verbs='enroll follow messages report settings state status version' i
+  local verb='' operands=0
+  for ((i = 1; i < cword; i++)); do
+    case ${words[i]} in
+      --interval | --key-file | --uuid) ((i++)) ;;
+      -?*) ;;
+      *) if [[ $verb ]]; then ((++operands)); else verb=${words[i]}; fi ;;
+    esac
+  done
+
+  case $prev in
+    --key-file) _filedir; return ;;
+    --interval | --uuid) return ;;
+  esac
+
+  if [[ ! $verb ]]; then
+    COMPREPLY=($(compgen -W "$verbs --help --version" -- "$cur"))
+  elif [[ $cur == -* ]]; then
+    local options='--help --json'
+    case $verb in
+      enroll) options+=' --uuid --key-file' ;;
+      follow) options+=' --interval --once' ;;
+      messages) options+=' --ack --nack' ;;
+      status) options+=' --force' ;;
+    esac
+    COMPREPLY=($(compgen -W "$options" -- "$cur"))
+  else
+    case $verb-$operands in
+      enroll-0 | report-2) _filedir ;;
+      report-0) COMPREPLY=($(compgen -W status_message -- "$cur")) ;;
+      report-1)
+        COMPREPLY=($(compgen -W 'Ok Nok AgentDeliveredCompleted AgentFailDelivered' -- "$cur")) ;;
+    esac
+  fi
+} &&
+  complete -F _tovictl tovictl
