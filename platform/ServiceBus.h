@@ -51,7 +51,7 @@ struct ServiceMethod {
       answer;
 };
 
-/// Where a service stands on the bus, and all that it offers.
+/// Where methods that belong together stand on the bus.
 struct ServiceInterface {
   std::string objectPath;
   std::string interfaceName;
@@ -73,10 +73,10 @@ class ServiceBus {
   /// Called when a caller, known by its name on the bus, has left the bus.
   using CallerLeft = std::function<void(const std::string& caller)>;
 
-  /// Connects, publishes the interface, then takes the well-known name, so that whoever sees the
+  /// Connects, publishes the interfaces, then takes the well-known name, so that whoever sees the
   /// name can call. Throws ServiceError when there is no bus or the name cannot be had.
-  ServiceBus(MainLoop& loop, const std::string& serviceName, ServiceInterface interface,
-             CallerLeft callerLeft);
+  ServiceBus(MainLoop& loop, const std::string& serviceName,
+             std::vector<ServiceInterface> interfaces, CallerLeft callerLeft);
   ~ServiceBus();
   ServiceBus(const ServiceBus&) = delete;
   ServiceBus& operator=(const ServiceBus&) = delete;

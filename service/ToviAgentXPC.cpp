@@ -105,7 +105,7 @@ ToviAgentXPC::ToviAgentXPC(platform::MainLoop& loop, ToviAgentProtocol& daemon,
                            GetStatusMessageProtocol& statusKeeper, const std::string& serviceName,
                            const GetPropertyManagerProtocol& settings)
     : delegate_(daemon, statusKeeper, settings),
-      listener_(loop, serviceName, serviceInterface(delegate_),
+      listener_(loop, serviceName, {serviceInterface(delegate_)},
                 [this](const std::string& caller) { delegate_.callerLeft(caller); }) {
   logger_.debug("init(daemon:statusKeeper:serviceName:settings:)", "Listening as ", serviceName);
 }

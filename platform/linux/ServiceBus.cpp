@@ -1,7 +1,7 @@
 #include "platform/ServiceBus.h"
 
-#include <algorithm>
 #include <cstring>
+#include <list>
 #include <utility>
 
 #include "platform/linux/BusHandles.h"
@@ -42,81 +42,114 @@ std::string namesOf(const ServiceMethod& method) {
   return names;
 }
 
-}  // namespace
+/// What sd-bus hands to the handler of one method.
+struct Route {
+  /// The Native of the bus.
+  void* owner;
+  const ServiceMethod* method;
+};
 
-struct ServiceBus::Native {
+/// One interface as sd-bus knows it, which points into it: it stays where it is.
+class PublishedInterface {
+ public:
+  PublishedInterface(ServiceInterface offered, void* owner, sd_bus_message_handler_t handler);
+  PublishedInterface(const PublishedInterface&) = delete;
+  PublishedInterface& operator=(const PublishedInterface&) = delete;
+
+  void publish(sd_bus* bus);
+
+ private:
   // The texts that one row of the table points to.
   struct MethodTexts {
     std::string arguments;
     std::string results;
     std::string names;
   };
+
+  void fillTable(sd_bus_message_handler_t handler);
+
+  const ServiceInterface offered_;
+  std::vector<Route> routes_;
+  std::vector<MethodTexts> texts_;
+  std::vector<sd_bus_vtable> table_;
+  BusHandle<sd_bus_slot> slot_;
+};
+
+PublishedInterface::PublishedInterface(ServiceInterface offered, void* owner,
+                                       sd_bus_message_handler_t handler)
+    : offered_(std::move(offered)) {
+  for (const auto& each : offered_.methods) {
+    routes_.push_back({owner, &each});
+    texts_.push_back({signatureOf(each.arguments), signatureOf(each.results), namesOf(each)});
+  }
+  fillTable(handler);
+}
+
+void PublishedInterface::publish(sd_bus* bus) {
+  sd_bus_slot* slot = nullptr;
+  checkBus(sd_bus_add_object_vtable(bus, &slot, offered_.objectPath.c_str(),
+                                    offered_.interfaceName.c_str(), table_.data(), routes_.data()),
+           "publishing " + offered_.interfaceName);
+  slot_.reset(slot);
+}
+
+void PublishedInterface::fillTable(sd_bus_message_handler_t handler) {
+  // sd-bus demands that what a row does not use is zero, in all of its union.
+  sd_bus_vtable empty;
+  std::memset(&empty, 0, sizeof empty);
+  table_.assign(offered_.methods.size() + 2, empty);
+  table_.front().type = _SD_BUS_VTABLE_START;
+  table_.front().x.start = {sizeof(sd_bus_vtable), _SD_BUS_VTABLE_PARAM_NAMES,
+                            &sd_bus_object_vtable_format};
+  for (std::size_t index = 0; index < offered_.methods.size(); ++index) {
+    const MethodTexts& text = texts_[index];
+    sd_bus_vtable& row = table_[index + 1];
+    row.type = _SD_BUS_VTABLE_METHOD;
+    row.flags = SD_BUS_VTABLE_UNPRIVILEGED;  // The bus's policy decides who may call.
+    row.x.method = {offered_.methods[index].name.c_str(),
+                    text.arguments.c_str(),
+                    text.results.c_str(),
+                    handler,
+                    index * sizeof(Route),  // From the first route to this method's.
+                    text.names.c_str()};
+  }
+  table_.back().type = _SD_BUS_VTABLE_END;
+}
+
+}  // namespace
+
+struct ServiceBus::Native {
   struct Caller {
     Native* owner;
     std::string name;
     BusHandle<sd_bus_track> presence;
   };
 
-  Native(ServiceInterface offered, CallerLeft onCallerLeft);
+  Native(std::vector<ServiceInterface> offered, CallerLeft onCallerLeft);
   void connect(MainLoop& loop, const std::string& serviceName);
-  void fillTable();
-  const ServiceMethod& method(std::string_view name) const;
-  void answer(sd_bus_message* call);
+  void answer(const ServiceMethod& called, sd_bus_message* call);
   bool watchCaller(const std::string& name);
   void forgetCaller(const std::string& name);
   static int handleCall(sd_bus_message* call, void* userdata, sd_bus_error* error) noexcept;
   static int handleCallerGone(sd_bus_track* presence, void* userdata) noexcept;
 
-  // Constant after construction; sd-bus points into it.
-  ServiceInterface interface;
+  // Constant after construction.
   CallerLeft callerLeft;
-  std::vector<MethodTexts> texts;
-  std::vector<sd_bus_vtable> table;
 
   // Only on the main loop. What hangs on the bus stands behind it, to go before it.
   BusHandle<sd_bus> bus;
-  BusHandle<sd_bus_slot> object;
+  std::list<PublishedInterface> interfaces;
   std::map<std::string, std::unique_ptr<Caller>> callers;
 };
 
-ServiceBus::Native::Native(ServiceInterface offered, CallerLeft onCallerLeft)
-    : interface(std::move(offered)), callerLeft(std::move(onCallerLeft)) {
-  for (const auto& each : interface.methods) {
-    texts.push_back({signatureOf(each.arguments), signatureOf(each.results), namesOf(each)});
-  }
-  fillTable();
-}
-
-void ServiceBus::Native::fillTable() {
-  // sd-bus demands that what a row does not use is zero, in all of its union.
-  sd_bus_vtable empty;
-  std::memset(&empty, 0, sizeof empty);
-  table.assign(interface.methods.size() + 2, empty);
-  table.front().type = _SD_BUS_VTABLE_START;
-  table.front().x.start = {sizeof(sd_bus_vtable), _SD_BUS_VTABLE_PARAM_NAMES,
-                           &sd_bus_object_vtable_format};
-  for (std::size_t index = 0; index < interface.methods.size(); ++index) {
-    const MethodTexts& text = texts[index];
-    sd_bus_vtable& row = table[index + 1];
-    row.type = _SD_BUS_VTABLE_METHOD;
-    row.flags = SD_BUS_VTABLE_UNPRIVILEGED;  // The bus's policy decides who may call.
-    row.x.method = {interface.methods[index].name.c_str(),
-                    text.arguments.c_str(),
-                    text.results.c_str(),
-                    &Native::handleCall,
-                    0,
-                    text.names.c_str()};
-  }
-  table.back().type = _SD_BUS_VTABLE_END;
+ServiceBus::Native::Native(std::vector<ServiceInterface> offered, CallerLeft onCallerLeft)
+    : callerLeft(std::move(onCallerLeft)) {
+  for (auto& each : offered) interfaces.emplace_back(std::move(each), this, &Native::handleCall);
 }
 
 void ServiceBus::Native::connect(MainLoop& loop, const std::string& serviceName) {
   bus = openServiceBus();
-  sd_bus_slot* slot = nullptr;
-  checkBus(sd_bus_add_object_vtable(bus.get(), &slot, interface.objectPath.c_str(),
-                                    interface.interfaceName.c_str(), table.data(), this),
-           "publishing " + interface.interfaceName);
-  object.reset(slot);
+  for (auto& interface : interfaces) interface.publish(bus.get());
   // Whoever watches over the program can then start it anew.
   checkBus(sd_bus_set_exit_on_disconnect(bus.get(), true), "watching the bus");
   checkBus(sd_bus_attach_event(bus.get(), loop.native().event.get(), SD_EVENT_PRIORITY_NORMAL),
@@ -124,15 +157,7 @@ void ServiceBus::Native::connect(MainLoop& loop, const std::string& serviceName)
   checkBus(sd_bus_request_name(bus.get(), serviceName.c_str(), 0), "taking " + serviceName);
 }
 
-const ServiceMethod& ServiceBus::Native::method(std::string_view name) const {
-  const auto found = std::find_if(interface.methods.begin(), interface.methods.end(),
-                                  [&](const ServiceMethod& each) { return each.name == name; });
-  if (found == interface.methods.end()) throw std::logic_error("unknown method");
-  return *found;
-}
-
-void ServiceBus::Native::answer(sd_bus_message* call) {
-  const ServiceMethod& called = method(sd_bus_message_get_member(call));
+void ServiceBus::Native::answer(const ServiceMethod& called, sd_bus_message* call) {
   const ServiceParameters arguments = readParameters(call, typesOf(called.arguments));
   const std::string caller = sd_bus_message_get_sender(call);
   const bool present = watchCaller(caller);
@@ -167,7 +192,8 @@ void ServiceBus::Native::forgetCaller(const std::string& name) {
 int ServiceBus::Native::handleCall(sd_bus_message* call, void* userdata,
                                    sd_bus_error* error) noexcept {
   try {
-    static_cast<Native*>(userdata)->answer(call);
+    const auto& [owner, method] = *static_cast<const Route*>(userdata);
+    static_cast<Native*>(owner)->answer(*method, call);
     return 1;
   } catch (const MessageTypeError& fault) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, fault.what());
@@ -182,9 +208,9 @@ int ServiceBus::Native::handleCallerGone(sd_bus_track*, void* userdata) noexcept
   return 0;
 }
 
-ServiceBus::ServiceBus(MainLoop& loop, const std::string& serviceName, ServiceInterface interface,
-                       CallerLeft callerLeft)
-    : native_(std::make_unique<Native>(std::move(interface), std::move(callerLeft))) {
+ServiceBus::ServiceBus(MainLoop& loop, const std::string& serviceName,
+                       std::vector<ServiceInterface> interfaces, CallerLeft callerLeft)
+    : native_(std::make_unique<Native>(std::move(interfaces), std::move(callerLeft))) {
   native_->connect(loop, serviceName);
 }
 

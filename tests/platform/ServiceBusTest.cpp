@@ -17,6 +17,7 @@ using enum ServiceType;
 constexpr char kName[] = "io.tovi.Test";
 constexpr char kPath[] = "/io/tovi/Test";
 constexpr char kInterface[] = "io.tovi.TestProtocol";
+constexpr char kOtherInterface[] = "io.tovi.OtherProtocol";
 
 using Texts = std::map<std::string, std::string>;
 using OptionalString = std::optional<std::string>;
@@ -54,7 +55,7 @@ class Service {
  private:
   void run() {
     MainLoop loop;
-    ServiceBus bus(loop, kName, interface(loop),
+    ServiceBus bus(loop, kName, {interface(loop), otherInterface()},
                    [this](const std::string& caller) { noteLeft(caller); });
     up_.set_value();
     ended_.set_value(loop.run());
@@ -87,6 +88,13 @@ class Service {
              {"Who", {}, {{Text, "caller"}}, who},
              {"Fail", {}, {}, fail},
              {"Quit", {}, {}, quit}}};
+  }
+
+  static ServiceInterface otherInterface() {
+    const auto answer = [](const std::string&, const ServiceParameters&) {
+      return ServiceParameters{std::string("the other's")};
+    };
+    return {kPath, kOtherInterface, {{"Who", {}, {{Text, "caller"}}, answer}}};
   }
 
   std::set<std::string> callersLeft_;  // Only on the service's thread.
@@ -140,6 +148,12 @@ TEST_F(ServiceBusTest, FailuresReachTheCaller) {
   ServiceValue::Dictionary settings = {{"leaf", {true}}};
   for (int depth = 0; depth < 100; ++depth) settings = {{"nested", {settings}}};
   EXPECT_TRUE(outcome("Echo", {settings}).starts_with("failed: Echo: values nested too deep"));
+}
+
+TEST_F(ServiceBusTest, InterfacesOfOneObjectAreApart) {
+  ServiceClient other(kName, kPath, kOtherInterface);
+  EXPECT_EQ(std::get<std::string>(other.call("Who", {}, {Text})[0]), "the other's");
+  EXPECT_THROW(other.call("Quit", {}, {}), ServiceError);
 }
 
 TEST_F(ServiceBusTest, CallerThatLeavesIsToldOfOnce) {
