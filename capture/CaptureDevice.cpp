@@ -32,12 +32,13 @@ CaptureRing::Shape longRing() {
 }  // namespace
 
 CaptureDevice::CaptureDevice(const std::string& interfaceName, bool isLoopback,
-                             FrameHandler handler)
+                             FrameHandler handler, Tally& dropped)
     : handler_([this, handler = std::move(handler)](const CapturedFrame& frame) {
         if (!stopping_) handler(frame);
       }),
       shortFrames_(interfaceName, isLoopback, shortRing()),
-      longFrames_(interfaceName, isLoopback, longRing()) {
+      longFrames_(interfaceName, isLoopback, longRing()),
+      dropped_(dropped) {
   if (pipe(wakeUp_.data()) != 0) throw CaptureDeviceError("Cannot open device");
   for (const int end : wakeUp_) fcntl(end, F_SETFD, FD_CLOEXEC);
 }
@@ -75,13 +76,20 @@ void CaptureDevice::wait(bool forFrames) {
   poll(waiting.data(), forFrames ? waiting.size() : 1, forFrames ? -1 : 1000);
 }
 
+/// A ring that was full has frames to be read.
+int CaptureDevice::read(CaptureRing& ring, int count) {
+  const int frames = ring.read(count, handler_);
+  if (frames > 0) dropped_.add(ring.newlyDropped());
+  return frames;
+}
+
 /// Hands out all frames that wait; false when a ring cannot be read. Before a long frame go as many
 /// short ones as can have been there before it.
 bool CaptureDevice::drain() {
   while (!stopping_) {
     const bool longFrameWaits = longFrames_.isReadable();
-    const int shortFrames = shortFrames_.read(kShortFrames, handler_);
-    const int longFrames = longFrameWaits ? longFrames_.read(1, handler_) : 0;
+    const int shortFrames = read(shortFrames_, kShortFrames);
+    const int longFrames = longFrameWaits ? read(longFrames_, 1) : 0;
     if (shortFrames < 0 || longFrames < 0) return false;
     if (shortFrames == 0 && !longFrameWaits) return true;
   }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "capture/CaptureRing.h"
+#include "core/Tally.h"
 
 namespace tovi {
 
@@ -17,8 +18,10 @@ namespace tovi {
 class CaptureDevice {
  public:
   /// Opens the interface, as CaptureRing does; throws CaptureDeviceError. `handler` takes each
-  /// frame, on the capture thread, and must not throw.
-  CaptureDevice(const std::string& interfaceName, bool isLoopback, FrameHandler handler);
+  /// frame, on the capture thread, and must not throw. `dropped` counts the frames that found a
+  /// ring full, and must outlive the device.
+  CaptureDevice(const std::string& interfaceName, bool isLoopback, FrameHandler handler,
+                Tally& dropped);
   /// Stops.
   ~CaptureDevice();
 
@@ -31,11 +34,13 @@ class CaptureDevice {
   void run();
   void wait(bool forFrames);
   bool drain();
+  int read(CaptureRing& ring, int count);
 
   // Only on the capture thread.
   const FrameHandler handler_;
   CaptureRing shortFrames_;
   CaptureRing longFrames_;
+  Tally& dropped_;
 
   /// A pipe whose reading end is readable once the capture thread is to stop.
   std::array<int, 2> wakeUp_ = {-1, -1};

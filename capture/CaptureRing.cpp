@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
+#include <utility>
 #include <vector>
 
 #include "capture/PcapFrame.h"
@@ -81,6 +82,13 @@ bool CaptureRing::isReadable() const {
 int CaptureRing::read(int count, const FrameHandler& handler) {
   Reading reading{pcap_.get(), handler};
   return pcap_dispatch(pcap_.get(), count, onFrame, reinterpret_cast<u_char*>(&reading));
+}
+
+// The count of libpcap wraps around at 32 bits.
+unsigned CaptureRing::newlyDropped() {
+  pcap_stat counts;
+  if (pcap_stats(pcap_.get(), &counts) != 0) return 0;
+  return counts.ps_drop - std::exchange(dropped_, counts.ps_drop);
 }
 
 void CaptureRing::activate(const std::string& interfaceName, const Shape& shape) {

@@ -37,6 +37,8 @@ class CaptureRing {
   /// Hands out up to `count` frames that wait. Returns how many, negative on failure, as while the
   /// interface is down. The handler must not throw.
   int read(int count, const FrameHandler& handler);
+  /// Frames for which the ring had no room since the last call.
+  unsigned newlyDropped();
 
  private:
   void activate(const std::string& interfaceName, const Shape& shape);
@@ -47,6 +49,7 @@ class CaptureRing {
     void operator()(pcap* handle) const;
   };
   std::unique_ptr<pcap, Close> pcap_;
+  unsigned dropped_ = 0;
 };
 
 }  // namespace tovi

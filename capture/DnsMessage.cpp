@@ -22,6 +22,7 @@ constexpr unsigned kMaxPointerChain = 8;
 
 DnsHeader readHeader(const std::uint8_t* wire) {
   return {.id = knot_wire_get_id(wire),
+          .isResponse = knot_wire_get_qr(wire) != 0,
           .opcode = knot_wire_get_opcode(wire),
           .responseCode = knot_wire_get_rcode(wire),
           .authoritative = knot_wire_get_aa(wire) != 0,

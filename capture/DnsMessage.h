@@ -37,6 +37,7 @@ struct DnsAnswer {
 
 struct DnsHeader {
   std::uint16_t id;
+  bool isResponse;
   unsigned opcode;
   unsigned responseCode;
   bool authoritative;

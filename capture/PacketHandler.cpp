@@ -36,26 +36,38 @@ struct PacketHandler::State {
   }
 
   void handle(const UdpDatagram& datagram) {
-    pass(datagram.payload, datagram.flow.sourcePort == kDnsPort ? nullptr : &datagram.flow);
+    pass(datagram.flow, datagram.payload, datagram.flow.sourcePort != kDnsPort);
   }
 
-  /// The process behind `asked`, if there is that, is looked for last, since that takes longest and
-  /// most of what cannot be passed on is found out before.
-  void pass(std::span<const std::byte> bytes, const Flow* asked) noexcept {
+  /// The process is looked for last, since that takes longest and most of what cannot be passed on
+  /// is found out before.
+  void pass(const Flow& flow, std::span<const std::byte> bytes, bool looksUp) noexcept {
     try {
       DnsMessage message(bytes);
       writer.write(message);
-      if (asked != nullptr) writer.addProcess(collaborators.processLookup(*asked));
+      const auto processes = looksUp ? collaborators.processLookup(flow) : std::string();
+      writer.addProcess(processes);
+      observe(message.header(), flow, processes);
       collaborators.sink(writer.text());
     } catch (const std::exception&) {
       collaborators.abandoned();
     }
   }
 
+  void observe(const DnsHeader& header, const Flow& flow, std::string_view processes) {
+    if (collaborators.observer == nullptr) return;
+    collaborators.observer->observe({.flow = flow,
+                                     .isResponse = header.isResponse,
+                                     .responseCode = header.responseCode,
+                                     .questionName = writer.questionName(),
+                                     .processes = processes});
+  }
+
   const Collaborators collaborators;
   RecordTextWriter writer;
-  TcpReassembler streams{[this](std::span<const std::byte> message) { pass(message, nullptr); },
-                         [this] { collaborators.abandoned(); }};
+  TcpReassembler streams{
+      [this](const Flow& flow, std::span<const std::byte> message) { pass(flow, message, false); },
+      [this] { collaborators.abandoned(); }};
 };
 
 PacketHandler::PacketHandler(Collaborators collaborators, std::string dnsServers)

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "capture/CapturedFrame.h"
+#include "capture/MessageObserverProtocol.h"
 #include "platform/Flow.h"
 
 namespace tovi {
@@ -24,6 +25,8 @@ class PacketHandler {
     ProcessLookup processLookup;
     /// Takes each finished text; the text is borrowed.
     TextSink sink;
+    /// Told of each message before its text is passed on; null for nobody.
+    MessageObserverProtocol* observer = nullptr;
     /// Told of each message or frame that had to be abandoned.
     std::function<void()> abandoned;
   };

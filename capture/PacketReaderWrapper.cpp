@@ -67,10 +67,11 @@ std::string dnsServerList() {
 }
 
 /// Null when the interface cannot be captured, which is told on standard error.
-std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface, FrameHandler handler) {
+std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface, FrameHandler handler,
+                                          Tally& dropped) {
   try {
-    return std::make_unique<CaptureDevice>(interface.name, interface.isLoopback,
-                                           std::move(handler));
+    return std::make_unique<CaptureDevice>(interface.name, interface.isLoopback, std::move(handler),
+                                           dropped);
   } catch (const CaptureDeviceError& error) {
     print(stderr, error.what());
     return nullptr;
@@ -88,8 +89,9 @@ bool startDevice(CaptureDevice& device) {
 
 }  // namespace
 
-PacketReaderWrapper::PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup)
-    : entry_(std::move(entry)), processLookup_(std::move(processLookup)) {}
+PacketReaderWrapper::PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup,
+                                         MessageObserverProtocol* observer)
+    : entry_(std::move(entry)), processLookup_(std::move(processLookup)), observer_(observer) {}
 
 PacketReaderWrapper::~PacketReaderWrapper() {
   stopPcapReader();
@@ -98,25 +100,50 @@ PacketReaderWrapper::~PacketReaderWrapper() {
 std::string PacketReaderWrapper::startPcapReader() {
   stopPcapReader();
   const std::string dnsServers = dnsServerList();
-  const auto lookupOn = [this](const std::string& name) {
-    return [this, index = if_nametoindex(name.c_str())](const platform::Flow& flow) {
-      return processLookup_({flow, index});
-    };
-  };
   std::string result;
   for (const ListenInterface& interface : getListenInterfaces()) {
-    const auto handler = std::make_shared<PacketHandler>(
-        PacketHandler::Collaborators{.processLookup = lookupOn(interface.name),
-                                     .sink = entry_,
-                                     .abandoned = [] { print(stdout, "Error parsing packet "); }},
-        dnsServers);
+    const auto handler = makeHandler(interface.name, dnsServers);
     auto device = openDevice(
-        interface, [handler](const CapturedFrame& frame) { handler->onPacketArrives(frame); });
+        interface,
+        [this, handler](const CapturedFrame& frame) {
+          tallies_.packets.add();
+          handler->onPacketArrives(frame);
+        },
+        tallies_.droppedByKernel);
     if (!device) continue;
     appendListed(result, dnsServers);
     if (startDevice(*device)) devices_.push_back(std::move(device));
   }
   return result;
+}
+
+std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::string& interfaceName,
+                                                                const std::string& dnsServers) {
+  const unsigned index = if_nametoindex(interfaceName.c_str());
+  return std::make_shared<PacketHandler>(
+      PacketHandler::Collaborators{.processLookup =
+                                       [this, index](const auto& flow) {
+                                         return lookUp({flow, index});
+                                       },
+                                   .sink =
+                                       [this](std::string_view recordText) {
+                                         tallies_.messages.add();
+                                         entry_(recordText);
+                                       },
+                                   .observer = observer_,
+                                   .abandoned =
+                                       [this] {
+                                         tallies_.undecodable.add();
+                                         print(stdout, "Error parsing packet ");
+                                       }},
+      dnsServers);
+}
+
+std::string PacketReaderWrapper::lookUp(const platform::CapturedDatagram& datagram) {
+  auto processes = processLookup_(datagram);
+  tallies_.lookups.add();
+  if (processes.empty()) tallies_.lookupsWithoutProcess.add();
+  return processes;
 }
 
 std::string PacketReaderWrapper::stopPcapReader() {

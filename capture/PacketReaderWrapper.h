@@ -6,11 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/CaptureTallies.h"
+#include "capture/MessageObserverProtocol.h"
 #include "platform/ProcessLookup.h"
 
 namespace tovi {
 
 class CaptureDevice;
+class PacketHandler;
 
 /// Captures DNS on every interface with an IPv4 address and renders each message as one record
 /// text. Start, stop and update must not overlap; texts arrive on one capture thread an interface,
@@ -20,8 +23,10 @@ class PacketReaderWrapper {
   /// Takes each record text, on the capture thread; the text is borrowed.
   using EntryFunction = std::function<void(std::string_view recordText)>;
 
-  /// `processLookup` is called on the capture threads, for each query.
-  PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup);
+  /// `processLookup` is called on the capture threads, for each query. `observer`, which may be
+  /// null, must outlive the wrapper.
+  PacketReaderWrapper(EntryFunction entry, platform::ProcessLookup processLookup,
+                      MessageObserverProtocol* observer);
   /// Stops everything as `stopPcapReader` does.
   ~PacketReaderWrapper();
 
@@ -33,9 +38,20 @@ class PacketReaderWrapper {
   /// Stops, then starts with the interfaces of this moment, and returns the latter's text.
   std::string updateActiveInterfaces();
 
+  /// Of all captures since construction. Any thread.
+  const CaptureTallies& tallies() const { return tallies_; }
+
  private:
+  std::shared_ptr<PacketHandler> makeHandler(const std::string& interfaceName,
+                                             const std::string& dnsServers);
+  std::string lookUp(const platform::CapturedDatagram& datagram);
+
+  // Constant after construction.
   const EntryFunction entry_;
   const platform::ProcessLookup processLookup_;
+  MessageObserverProtocol* const observer_;
+
+  CaptureTallies tallies_;
   std::vector<std::unique_ptr<CaptureDevice>> devices_;
 };
 

@@ -4,12 +4,13 @@
 
 namespace tovi {
 
-PacketReceiver::PacketReceiver(platform::ProcessLookup processLookup)
+PacketReceiver::PacketReceiver(platform::ProcessLookup processLookup,
+                               MessageObserverProtocol* observer)
     : reader_(
           [this](std::string_view recordText) {
             if (auto* const builder = messageBuilder_.load()) builder->feed(recordText);
           },
-          std::move(processLookup)) {}
+          std::move(processLookup), observer) {}
 
 void PacketReceiver::setMessageBuilder(MessageReceivedProtocol* builder) {
   messageBuilder_ = builder;

@@ -15,8 +15,10 @@ namespace tovi {
 /// any thread and are carried out one at a time.
 class PacketReceiver : public PacketReceiverProtocol {
  public:
-  /// `processLookup` is called on the capture threads, for each query.
-  explicit PacketReceiver(platform::ProcessLookup processLookup);
+  /// `processLookup` is called on the capture threads, for each query. `observer`, which may be
+  /// null, must outlive the receiver.
+  explicit PacketReceiver(platform::ProcessLookup processLookup,
+                          MessageObserverProtocol* observer = nullptr);
 
   /// Texts are dropped while none is set. The builder must outlive its being set, and capture must
   /// be stopped before it is unset.
@@ -26,6 +28,9 @@ class PacketReceiver : public PacketReceiverProtocol {
   void stopReader() override;
   /// Restarts capture on the interfaces of this moment if capture is started, else does nothing.
   void updateInterfaces();
+
+  /// Of all captures since construction. Any thread.
+  const CaptureTallies& tallies() const { return reader_.tallies(); }
 
  private:
   ToviLog logger_{"PacketReceiver", "main"};

@@ -79,6 +79,7 @@ void RecordTextWriter::write(DnsMessage& message) {
   beginItem(kResponse);
   text_.append(header.responseCode);
   DnsQuestion question;
+  questionName_ = {0, 0};
   for (std::uint32_t index = 0; message.nextQuestion(question); ++index) {
     writeQuestion(index, question);
   }
@@ -103,11 +104,14 @@ void RecordTextWriter::addProcess(std::string_view processes) {
     }
   }
   text_.insert(endOfId_, item.view());
+  questionName_.begin += item.view().size();
 }
 
 void RecordTextWriter::writeQuestion(std::uint32_t index, const DnsQuestion& question) {
   beginItem(kQuery, index);
+  const std::size_t begin = text_.size();
   appendZoneText(text_, question.name);
+  if (index == 0) questionName_ = {begin, text_.size() - begin};
   addField(dnsTypeName(question.type));
   addField(dnsClassName(question.dnsClass));
 }

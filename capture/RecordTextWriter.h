@@ -23,6 +23,10 @@ class RecordTextWriter {
   void addProcess(std::string_view processes);
   /// Holds until the next call.
   std::string_view text() const { return text_.view(); }
+  /// The first question's name as it stands in the text, likewise; empty without a question.
+  std::string_view questionName() const {
+    return text_.view().substr(questionName_.begin, questionName_.size);
+  }
 
  private:
   void beginItem(std::string_view key);
@@ -39,6 +43,10 @@ class RecordTextWriter {
   const std::string dnsServers_;
   TextBuffer text_;
   std::size_t endOfId_ = 0;
+  struct {
+    std::size_t begin;
+    std::size_t size;
+  } questionName_ = {0, 0};
 };
 
 }  // namespace tovi

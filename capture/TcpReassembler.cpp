@@ -193,7 +193,7 @@ bool TcpReassembler::consume(Stream& stream, std::span<const std::byte> bytes) {
       return false;
     }
     if (partial.size() > kPrefix && wantedBytes(partial) == 0) {
-      message_(std::span(partial).subspan(kPrefix));
+      message_(stream.flow, std::span(partial).subspan(kPrefix));
       partial = Bytes();
     }
   }

@@ -30,9 +30,9 @@ class TcpReassembler {
   static constexpr std::size_t kMaxMemory = std::size_t{8} << 20;
   static constexpr std::chrono::seconds kIdleTime{30};
 
-  /// `message` takes each message in the order of its stream; the bytes are borrowed and the
+  /// `message` takes each message in the order of its stream; flow and bytes are borrowed and the
   /// callback must not throw. `lost` is told of each gap that cost a message.
-  TcpReassembler(std::function<void(std::span<const std::byte>)> message,
+  TcpReassembler(std::function<void(const Flow&, std::span<const std::byte>)> message,
                  std::function<void()> lost)
       : message_(std::move(message)), lost_(std::move(lost)) {}
 
@@ -77,7 +77,7 @@ class TcpReassembler {
   bool passGap(Stream& stream, std::uint64_t length);
   bool startAnew(Stream& stream);
 
-  const std::function<void(std::span<const std::byte>)> message_;
+  const std::function<void(const Flow&, std::span<const std::byte>)> message_;
   const std::function<void()> lost_;
   /// The least recently used first.
   Streams streams_;

@@ -25,7 +25,7 @@ void sendHostile(ByteCursor input) {
   std::size_t sent = 0;
   std::size_t told = 0;
   TcpReassembler streams(
-      [&](std::span<const std::byte> message) {
+      [&](const auto&, std::span<const std::byte> message) {
         require(message.size() >= kDnsHeader);
         told += 2 + message.size();
       },
@@ -120,7 +120,7 @@ class SoundStream {
   std::vector<Bytes> told_;
   int lost_ = 0;
   TcpReassembler streams_{
-      [this](std::span<const std::byte> message) { told_.push_back(copyOf(message)); },
+      [this](const auto&, std::span<const std::byte> message) { told_.push_back(copyOf(message)); },
       [this] { ++lost_; }};
 };
 

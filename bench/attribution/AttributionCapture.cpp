@@ -80,7 +80,9 @@ int main(int argumentCount, char** arguments) {
     return 2;
   }
   Report report(tovi::platform::makeProcessLookup(arguments[1]), if_nametoindex("lo"));
-  tovi::CaptureDevice device("lo", true, [&](const auto& frame) { report.onFrame(frame); });
+  tovi::Tally dropped;
+  tovi::CaptureDevice device(
+      "lo", true, [&](const auto& frame) { report.onFrame(frame); }, dropped);
   device.start();
   std::puts("ready");
   std::fflush(stdout);

@@ -86,14 +86,22 @@ inline std::string queryDatagram() {
 }
 
 /// A handler whose texts and failures are kept.
-struct HandlerRecorder {
+struct HandlerRecorder : MessageObserverProtocol {
   void give(int linkType, const std::string& frame) {
     // Of its very size, so that a read past the end is seen.
     const std::vector<char> exact(frame.begin(), frame.end());
     handler.onPacketArrives({linkType, std::as_bytes(std::span(exact)), {}});
   }
 
+  void observe(const ObservedMessage& message) override {
+    observed.push_back((message.isResponse ? "response " : "query ") +
+                       std::to_string(message.responseCode) + " " +
+                       std::string(message.questionName) + " from port " +
+                       std::to_string(message.flow.sourcePort) + std::string(message.processes));
+  }
+
   std::vector<std::string> texts;
+  std::vector<std::string> observed;
   int abandoned = 0;
   std::string processes;
   std::vector<unsigned> portsLookedUp;
@@ -103,6 +111,7 @@ struct HandlerRecorder {
                                return processes;
                              },
                          .sink = [this](std::string_view text) { texts.emplace_back(text); },
+                         .observer = this,
                          .abandoned = [this] { ++abandoned; }},
                         "192.168.1.1"};
 };

@@ -57,8 +57,10 @@ const auto* const kServerName = reinterpret_cast<const sockaddr*>(&kServer);
 class LiveCaptureTest : public testing::Test {
  protected:
   void SetUp() override {
+    Tally dropped;
     try {
-      CaptureDevice probe("lo", true, [](const CapturedFrame&) {});
+      CaptureDevice probe(
+          "lo", true, [](const CapturedFrame&) {}, dropped);
     } catch (const CaptureDeviceError& error) {
       GTEST_SKIP() << error.what();
     }
@@ -107,6 +109,29 @@ TEST_F(LiveCaptureTest, ReceiverForwardsBurstsAndLongMessagesUntilItIsStopped) {
   EXPECT_TRUE(log.hasPrefix("updateInterfaces ") && log.messages()[1].ends_with(")"));
   EXPECT_EQ(log.count("Stop Reader - Network Message: Reader stopped"), 2);
   EXPECT_EQ(log.messages().size(), 4U);
+}
+
+TEST_F(LiveCaptureTest, PacketsForWhichTheRingHasNoRoomAreCounted) {
+  constexpr std::size_t kSent = 6000;
+  Texts texts;
+  PacketReceiver receiver([](const auto&) { return std::string(); });
+  receiver.setMessageBuilder(&texts);
+  receiver.startReader();
+  {
+    std::lock_guard holdBack(texts.mutex);
+    for (unsigned id = 1; id <= kSent; ++id) answer(id, 5);
+  }
+  const auto& tallies = receiver.tallies();
+  const auto accounted = [&] { return tallies.packets.count() + tallies.droppedByKernel.count(); };
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (accounted() < kSent && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::yield();
+  }
+  receiver.stopReader();
+  const auto received = texts.waitFor(0).size();
+  EXPECT_LT(received, kSent);
+  EXPECT_GE(received + tallies.droppedByKernel.count(), kSent);
+  EXPECT_GE(tallies.messages.count(), received);
 }
 
 }  // namespace

@@ -50,6 +50,20 @@ TEST(RecordTextTest, ProcessItemKeepsItsLinesAndAddsNoItems) {
   }
 }
 
+TEST(RecordTextTest, ObserverIsToldWhoAskedAndWhoAnsweredWhat) {
+  HandlerRecorder recorder;
+  recorder.processes = " by dig";
+  const std::string answer = dnsMessage(1, 0x8183, {question("a;b"), question("c")});
+  recorder.give(101, ipv4(udp(dnsMessage(1, 0x0100, {question("a;b")}), 40000, 53)));
+  recorder.give(101, ipv4(udp(answer, 53, 40000)));
+  recorder.give(101, ipv4(tcp(u16(answer.size()) + answer), 6));
+  recorder.give(101, ipv4(udp(dnsMessage(1, 0x8005, {}), 53, 40000)));
+  EXPECT_EQ(recorder.observed,
+            (std::vector<std::string>{
+                "query 0 a\\059b from port 40000 by dig", "response 3 a\\059b from port 53",
+                "response 3 a\\059b from port 53", "response 5  from port 53"}));
+}
+
 TEST(RecordTextTest, ProcessIsOnlyLookedForBehindQueriesOverUdpThatDecode) {
   HandlerRecorder recorder;
   const std::string query = dnsMessage(1, 0, {question("a")});

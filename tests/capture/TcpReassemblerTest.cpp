@@ -50,7 +50,7 @@ class Streams {
     messages.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
 
-  TcpReassembler streams_{[this](auto bytes) { take(bytes); }, [this] { ++lost; }};
+  TcpReassembler streams_{[this](const auto&, auto bytes) { take(bytes); }, [this] { ++lost; }};
 };
 
 TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {

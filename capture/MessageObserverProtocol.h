@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/Flow.h"
+
+namespace tovi {
+
+/// A DNS message that was decoded and is passed on as a record text. All is borrowed.
+struct ObservedMessage {
+  const platform::Flow& flow;
+  bool isResponse;
+  unsigned responseCode;
+  /// Of the first question, as in the record text; empty when nothing is asked.
+  std::string_view questionName;
+  /// What the lookup told of the asker; empty when none was looked for or found.
+  std::string_view processes;
+};
+
+/// Watches the messages that capture passes on. Called on the capture threads, in parallel.
+class MessageObserverProtocol {
+ public:
+  virtual ~MessageObserverProtocol() = default;
+
+  /// Never fails outward. The message is borrowed for the duration of the call.
+  virtual void observe(const ObservedMessage& message) = 0;
+};
+
+}  // namespace tovi
