@@ -96,7 +96,9 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
                      variables_),
       messagePacker_(variables_, messagePersistence_, timeProvider_, propertyManager_,
                      messageFilter_),
-      packetReceiver_(platform::makeProcessLookup(bundle.information("ToviProcessLookup"))),
+      recentActivity_(timeProvider_),
+      packetReceiver_(platform::makeProcessLookup(bundle.information("ToviProcessLookup")),
+                      &recentActivity_),
       daemon_(permanentDataManager_, messagePersistence_, packetReceiver_),
       statusBuilder_(bundleProvider_, timeProvider_, variables_, daemon_, propertyManager_,
                      systemInfo_),
@@ -112,7 +114,13 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
                        .userInfo = userBuilder_},
                       undesiredDomains(bundle)),
       timeoutTimer_(propertyManager_.getDouble("check_packer_messages_timeout_sec").value_or(60.0)),
-      interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }) {
+      interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }),
+      statistics_({.capture = packetReceiver_,
+                   .container = dnsMsgContainer_,
+                   .builder = messageBuilder_,
+                   .packer = messagePacker_,
+                   .persistence = messagePersistence_,
+                   .activity = recentActivity_}) {
   publishFeedUrl();
   interfacesChecker_.uploadInterfacesList();
   // Capture may run since the agent controller was built. Nothing can fail from here on, so the
@@ -134,7 +142,8 @@ void DaemonBuilder::start() {
   agentXPC_.reset();
   agentXPC_ = std::make_unique<ToviAgentXPC>(
       loop_, daemon_, statusKeeper_,
-      bundle_.information("MachServiceName").value_or("io.tovi.ToviAgentXPC"), propertyManager_);
+      bundle_.information("MachServiceName").value_or("io.tovi.ToviAgentXPC"), propertyManager_,
+      statistics_);
   if (!timerTick_) timerTick_ = loop_.repeat(timeoutTimer_, [this] { timerEvent(); });
   // A call on the bus or an answer of the collector may have changed the state.
   loop_.afterEvents([this] { reportState(); });

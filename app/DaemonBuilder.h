@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "app/DaemonStatistics.h"
 #include "app/RunRecord.h"
 #include "capture/InterfaceChecker.h"
 #include "capture/PacketReceiver.h"
@@ -84,6 +85,7 @@ class DaemonBuilder {
   BundleInfoProvider bundleProvider_;
   RepetitionsRemovalMessageFilter messageFilter_;
   MessagePacker messagePacker_;
+  RecentActivity recentActivity_;
   PacketReceiver packetReceiver_;
   DaemonToviAgent daemon_;
   StatusBuilder statusBuilder_;
@@ -92,6 +94,7 @@ class DaemonBuilder {
   ToviDNSMessageBuilder messageBuilder_;
   const std::chrono::duration<double> timeoutTimer_;
   InterfaceChecker interfacesChecker_;
+  DaemonStatistics statistics_;
 
   std::thread interfacesObserver_;
   std::unique_ptr<ToviAgentXPC> agentXPC_;

@@ -2,19 +2,25 @@
 
 #include <string_view>
 
-#include "platform/Flow.h"
-
 namespace tovi {
 
-/// A DNS message that was decoded and is passed on as a record text. All is borrowed.
+namespace platform {
+struct Flow;
+}
+struct DnsHeader;
+
+/// A DNS message that was decoded and is passed on as a record text, with what that leaves out. All
+/// is borrowed.
 struct ObservedMessage {
   const platform::Flow& flow;
-  bool isResponse;
-  unsigned responseCode;
+  /// The address that it came from.
+  std::string_view sender;
+  const DnsHeader& header;
   /// Of the first question, as in the record text; empty when nothing is asked.
   std::string_view questionName;
   /// What the lookup told of the asker; empty when none was looked for or found.
   std::string_view processes;
+  std::string_view recordText;
 };
 
 /// Watches the messages that capture passes on. Called on the capture threads, in parallel.

@@ -1,8 +1,10 @@
 #include "capture/PacketHandler.h"
 
+#include <array>
 #include <exception>
 #include <utility>
 
+#include "capture/AddressText.h"
 #include "capture/DnsMessage.h"
 #include "capture/FrameDecoder.h"
 #include "capture/RecordTextWriter.h"
@@ -20,6 +22,15 @@ struct Overloaded : Cases... {
 };
 template <typename... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
+
+// An IPv4 address without the prefix of its mapped form (RFC 4291, section 2.5.5.2).
+std::string_view senderText(const Flow& flow, std::span<char, kAddressTextSize> buffer) {
+  constexpr std::string_view kMapped = "::ffff:";
+  const auto* const octets = reinterpret_cast<const std::uint8_t*>(flow.source.data());
+  auto text = addressText(std::span<const std::uint8_t, 16>(octets, 16), buffer);
+  if (text.starts_with(kMapped) && text.find('.') != text.npos) text.remove_prefix(kMapped.size());
+  return text;
+}
 
 }  // namespace
 
@@ -47,20 +58,22 @@ struct PacketHandler::State {
       writer.write(message);
       const auto processes = looksUp ? collaborators.processLookup(flow) : std::string();
       writer.addProcess(processes);
-      observe(message.header(), flow, processes);
+      observe(flow, message.header(), processes);
       collaborators.sink(writer.text());
     } catch (const std::exception&) {
       collaborators.abandoned();
     }
   }
 
-  void observe(const DnsHeader& header, const Flow& flow, std::string_view processes) {
+  void observe(const Flow& flow, const DnsHeader& header, std::string_view processes) {
     if (collaborators.observer == nullptr) return;
+    std::array<char, kAddressTextSize> sender;
     collaborators.observer->observe({.flow = flow,
-                                     .isResponse = header.isResponse,
-                                     .responseCode = header.responseCode,
+                                     .sender = senderText(flow, sender),
+                                     .header = header,
                                      .questionName = writer.questionName(),
-                                     .processes = processes});
+                                     .processes = processes,
+                                     .recordText = writer.text()});
   }
 
   const Collaborators collaborators;

@@ -10,7 +10,7 @@ DNSMessageContainer::DNSMessageContainer(std::int64_t countLimit)
 
 void DNSMessageContainer::set(std::int64_t id, ToviDNSEventPointer event) {
   std::lock_guard lock(mutex_);
-  messageContainer_.set(id, std::move(event));
+  if (messageContainer_.set(id, std::move(event))) forgotten_.add();
 }
 
 ToviDNSEventPointer DNSMessageContainer::get(std::int64_t id) {

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "core/Tally.h"
 #include "events/LRUCache.h"
 #include "events/MessageContainerProtocol.h"
 
@@ -18,7 +19,11 @@ class DNSMessageContainer : public MessageContainerProtocol {
   ToviDNSEventPointer get(std::int64_t id) override;
   void remove(std::int64_t id) override;
 
+  /// How many were dropped for newer ones.
+  const Tally& forgotten() const { return forgotten_; }
+
  private:
+  Tally forgotten_;
   std::mutex mutex_;
   /// Guarded by `mutex_`.
   LRUCache<std::int64_t, ToviDNSEventPointer> messageContainer_;

@@ -31,13 +31,14 @@ class LRUCache {
     return found == elements_.end() ? nullptr : &found->second.value->second;
   }
 
-  /// Stores or replaces; the entry becomes the most recently used one.
-  void set(const Key& key, Value value) {
+  /// Stores or replaces; the entry becomes the most recently used one. True when another entry was
+  /// given up for it.
+  bool set(const Key& key, Value value) {
     if (Value* const present = get(key)) {
       *present = std::move(value);
-    } else if (maxSize_ > 0) {
-      add(key, std::move(value));
+      return false;
     }
+    return maxSize_ > 0 && add(key, std::move(value));
   }
 
   void remove(const Key& key) {
@@ -53,10 +54,12 @@ class LRUCache {
   using Node = typename UseOrder::Node;
   using Elements = std::unordered_map<Key, Node>;
 
-  void add(const Key& key, Value value) {
-    auto place = std::ssize(elements_) < maxSize_ ? elements_.try_emplace(key).first : reused(key);
+  bool add(const Key& key, Value value) {
+    const bool isFull = std::ssize(elements_) >= maxSize_;
+    auto place = isFull ? reused(key) : elements_.try_emplace(key).first;
     place->second.value.emplace(place->first, std::move(value));
     lastAccessOrder_.pushFront(place->second);
+    return isFull;
   }
 
   // A full cache takes as many entries in as it gives up: the memory of one goes to the other.

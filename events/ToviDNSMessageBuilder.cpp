@@ -3,6 +3,7 @@
 #include "capture/RecordText.h"
 #include "core/AgentErrors.h"
 #include "events/DnsEventNames.h"
+#include "events/ProcessText.h"
 #include "events/RecordTextReader.h"
 #include "events/TextParts.h"
 
@@ -13,19 +14,6 @@ using recordtext::kFieldSeparator;
 using recordtext::kListSeparator;
 
 constexpr const char* kUnknownVersion = "1.0.0.0";
-
-/// `text` is the output of lsof(8): a header line, then a row for each process, of which the first
-/// is taken.
-std::optional<EventProcess> parseProcess(std::string_view text) {
-  const auto headerEnd = text.find('\n');
-  if (headerEnd == text.npos) return std::nullopt;
-  const auto rest = text.substr(headerEnd + 1);
-  const auto columns = trimmedParts(rest.substr(0, rest.find('\n')), kWhiteSpace);
-  if (columns.size() < 4) return std::nullopt;
-  const auto pid = decimalInteger(columns[1]);
-  if (!pid) return std::nullopt;
-  return EventProcess{*pid, std::string(columns[0]), std::string(columns[2])};
-}
 
 std::optional<Answer> parseAnswer(std::string_view value) {
   const auto fields = exactlyTrimmedParts<5>(value, kFieldSeparator);
@@ -70,6 +58,7 @@ void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) 
     logger_.debug("feed(_:)", "Can't get event data");
   }
 } catch (const AgentErrors& error) {
+  refused_.add();
   logger_.error("feed(_:)", "Can't parse event data: ", error.what());
 }
 
@@ -99,7 +88,7 @@ std::string ToviDNSMessageBuilder::beginTimestamp() {
 bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event,
                                                std::int64_t id) {
   if (!event.system) event.system = currentSystem();
-  if (!event.process) event.process = parseProcess(data.process);
+  if (!event.process) event.process = firstProcess(data.process);
   event.dnsPacket = buildDnsPacket(data, id);
   if (event.dnsPacket->question) return true;
   logger_.debug("parseDataIntoEvent(data:event:id:)", "Query not found");
@@ -192,6 +181,7 @@ std::optional<Flags> ToviDNSMessageBuilder::getFlags(const RecordTextReader& dat
 
 void ToviDNSMessageBuilder::decide(ToviDNSEventPointer event, std::int64_t id) {
   if (event->dnsPacket->answers->empty()) return container_.set(id, std::move(event));
+  events_.add();
   packer_.addMessage(std::move(event));
   container_.remove(id);
 }

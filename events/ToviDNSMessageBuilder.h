@@ -10,6 +10,7 @@
 
 #include "capture/MessageReceivedProtocol.h"
 #include "core/SavePropertyManagerProtocol.h"
+#include "core/Tally.h"
 #include "core/TimeProviderProtocol.h"
 #include "core/ToviLog.h"
 #include "events/BundleProviderProtocol.h"
@@ -47,6 +48,11 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
 
   void feed(std::string_view recordText) override;
 
+  /// Events that went to the packer.
+  const Tally& events() const { return events_; }
+  /// Texts that were refused: malformed ones and those about an undesired domain.
+  const Tally& refused() const { return refused_; }
+
  private:
   void feed(const RecordTextReader& data, std::int64_t id);
   ToviDNSEvent pendingOrNewEvent(std::int64_t id);
@@ -73,6 +79,9 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   MessageContainerProtocol& container_;
   UserInfoBuilderProtocol& userInfo_;
   const Domains undesireDomains_;
+
+  Tally events_;
+  Tally refused_;
 
   // Guarded by the mutex: the host as it was last gathered.
   std::mutex systemMutex_;

@@ -38,7 +38,9 @@ void MessagePacker::addMessage(ToviDNSEventPointer event) {
 
 void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
   const auto* name = questionName(*event);
-  if (name && filter_.filterResult(*name)) messageContainer_.push_back(std::move(event));
+  if (!name) return;
+  if (!filter_.filterResult(*name)) return repeated_.add();
+  messageContainer_.push_back(std::move(event));
 }
 
 void MessagePacker::closeBatchIfDue() {

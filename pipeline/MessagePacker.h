@@ -7,6 +7,7 @@
 #include "core/MessagePersistenceProtocol.h"
 #include "core/SavePropertyManagerProtocol.h"
 #include "core/SerialQueue.h"
+#include "core/Tally.h"
 #include "core/TimeProviderProtocol.h"
 #include "events/MessageFilterProtocol.h"
 #include "events/MessagePackerProtocol.h"
@@ -35,6 +36,9 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
   void setBatchSize(std::int64_t events) override;
   void setBatchDelay(double seconds) override;
 
+  /// Events that the filter left out.
+  const Tally& repeated() const { return repeated_; }
+
  private:
   void appendUnlessRepeated(ToviDNSEventPointer event);
   std::optional<DNSEvents> takeBatchIfDue();
@@ -48,6 +52,7 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
   MessageFilterProtocol& filter_;
 
   // Any thread.
+  Tally repeated_;
   std::atomic<std::int64_t> batchSize_;
   std::atomic<double> timeOutSec_;
 

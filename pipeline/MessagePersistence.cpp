@@ -68,6 +68,13 @@ void MessagePersistence::waitUntilSaved() {
   serialQueue_.sync([] {});
 }
 
+std::optional<std::uint64_t> MessagePersistence::waiting() try {
+  return serialQueue_.sync([&] { return static_cast<std::uint64_t>(context_.countWaiting()); });
+} catch (const SqliteError& error) {
+  logger_.error("waiting()", "Error: ", error.what());
+  return std::nullopt;
+}
+
 MessagePersistence::Texts MessagePersistence::getNewMessages() {
   return serialQueue_.sync([&] {
     checkOlderDeliveredMessages();
@@ -203,6 +210,7 @@ void MessagePersistence::saveDataChanges() {
   if (!context_.hasChanges()) return;
   try {
     const auto stored = context_.save();
+    stored_.add(stored);
     if (stored > 0) logger_.debug("saveDataChanges()", "Stored messages: ", stored);
   } catch (const SqliteError& error) {
     logger_.error("saveDataChanges()", "Error: ", error.what());
@@ -218,6 +226,7 @@ void MessagePersistence::keepNewestUnsaved(std::size_t count) {
 
 void MessagePersistence::countDropped(const char* function, const char* reason) {
   logger_.error(function, reason);
+  dropped_.add();
   variables_.increment("data_dropped_messages");
 }
 

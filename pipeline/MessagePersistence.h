@@ -10,6 +10,7 @@
 #include "core/Pacer.h"
 #include "core/SavePropertyManagerProtocol.h"
 #include "core/SerialQueue.h"
+#include "core/Tally.h"
 #include "core/TimeProviderProtocol.h"
 #include "core/ToviLog.h"
 #include "pipeline/CoreDataManager.h"
@@ -55,6 +56,13 @@ class MessagePersistence : public MessagePersistenceProtocol {
   std::map<std::string, std::string> getNewMessages() override;
   void messageDeliveryState(const std::string& id, bool deliveryFailed) override;
 
+  /// Batches that were committed, and batches that were given up.
+  const Tally& stored() const { return stored_; }
+  const Tally& dropped() const { return dropped_; }
+  /// Batches in the store that are pending, or handed over and not reported on; none when the store
+  /// cannot be read, which is logged.
+  std::optional<std::uint64_t> waiting();
+
   /// Returns once every batch given before is committed, or its failure is logged.
   void waitUntilSaved();
 
@@ -97,6 +105,8 @@ class MessagePersistence : public MessagePersistenceProtocol {
   std::size_t waitingBytes_ = 0;
 
   // Any thread.
+  Tally stored_;
+  Tally dropped_;
   Pacer pacer_{kCommitSpacing};
 
   // Only on the queue.

@@ -21,6 +21,8 @@ MessagesContext::MessagesContext(SqliteDatabase& database)
                  "SELECT rowid, id, state, lastUpdate FROM Messages WHERE id = ? "
                  "ORDER BY rowid LIMIT ?"),
       fetchPayload_(database, "SELECT data FROM Messages WHERE rowid = ?"),
+      // 1 is Pending, 2 is HandedOver.
+      countWaiting_(database, "SELECT count(*) FROM Messages WHERE state IN (1, 2)"),
       insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
       update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
       remove_(database,
@@ -54,6 +56,12 @@ std::optional<Bytes> MessagesContext::payload(const Messages& record) {
   fetchPayload_.bind(1, record.row);
   fetchPayload_.run([&] { payload = fetchPayload_.blob(0); });
   return payload;
+}
+
+std::int64_t MessagesContext::countWaiting() {
+  std::int64_t count = 0;
+  countWaiting_.run([&] { count = countWaiting_.integer(0); });
+  return count;
 }
 
 void MessagesContext::insert(Insertion message) {

@@ -33,6 +33,8 @@ class MessagesContext {
   /// By `lastUpdate`, the oldest first.
   std::vector<Messages> fetch(DeliveryState state);
   std::vector<Messages> fetch(const std::string& id);
+  /// Of the saved messages: those that are pending, and those that were handed over.
+  std::int64_t countWaiting();
   /// Nothing when the record has no payload, or one that is no byte string.
   std::optional<Bytes> payload(const Messages& record);
 
@@ -60,6 +62,7 @@ class MessagesContext {
   SqliteStatement fetchByState_;
   SqliteStatement fetchById_;
   SqliteStatement fetchPayload_;
+  SqliteStatement countWaiting_;
   SqliteStatement insert_;
   SqliteStatement update_;
   SqliteStatement remove_;

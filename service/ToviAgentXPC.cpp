@@ -1,6 +1,7 @@
 #include "service/ToviAgentXPC.h"
 
 #include "service/ServiceValues.h"
+#include "service/StatisticsInterface.h"
 #include "service/ToviAgentXPCProtocol.h"
 
 namespace tovi {
@@ -103,9 +104,10 @@ platform::ServiceInterface serviceInterface(ServiceDelegate& callers) {
 
 ToviAgentXPC::ToviAgentXPC(platform::MainLoop& loop, ToviAgentProtocol& daemon,
                            GetStatusMessageProtocol& statusKeeper, const std::string& serviceName,
-                           const GetPropertyManagerProtocol& settings)
+                           const GetPropertyManagerProtocol& settings,
+                           GetStatisticsProtocol& statistics)
     : delegate_(daemon, statusKeeper, settings),
-      listener_(loop, serviceName, {serviceInterface(delegate_)},
+      listener_(loop, serviceName, {serviceInterface(delegate_), statisticsInterface(statistics)},
                 [this](const std::string& caller) { delegate_.callerLeft(caller); }) {
   logger_.debug("init(daemon:statusKeeper:serviceName:settings:)", "Listening as ", serviceName);
 }

@@ -6,19 +6,21 @@
 #include "core/ToviAgentProtocol.h"
 #include "platform/MainLoop.h"
 #include "platform/ServiceBus.h"
+#include "service/GetStatisticsProtocol.h"
 #include "service/ServiceDelegate.h"
 #include "status/GetStatusMessageProtocol.h"
 
 namespace tovi {
 
-/// The local service of the companion application: published from construction to destruction. The
-/// loop and the collaborators must outlive it. Main loop only.
+/// The local service of the companion application, and beside it the daemon's statistics: published
+/// from construction to destruction. The loop and the collaborators must outlive it. Main loop
+/// only.
 class ToviAgentXPC {
  public:
   /// Throws platform::ServiceError when there is no bus or the name cannot be had.
   ToviAgentXPC(platform::MainLoop& loop, ToviAgentProtocol& daemon,
                GetStatusMessageProtocol& statusKeeper, const std::string& serviceName,
-               const GetPropertyManagerProtocol& settings);
+               const GetPropertyManagerProtocol& settings, GetStatisticsProtocol& statistics);
 
  private:
   ToviLog logger_{kCoreSubsystem, "ToviAgentXPC"};

@@ -100,6 +100,11 @@ class DaemonTest : public testing::Test {
                                    "io.tovi.ToviAgentXPCProtocol");
     return std::get<Result>(client.call(method, arguments, results)[index]);
   }
+  Settings statistics(const std::string& method) {
+    platform::ServiceClient client("io.tovi.ToviAgentXPC", "/io/tovi/ToviAgentXPC",
+                                   "io.tovi.ToviStatistics");
+    return std::get<Settings>(client.call(method, {}, {ServiceType::Settings})[0]);
+  }
   Settings settings() { return call<Settings>("GetAgentSettings", {}, {ServiceType::Settings}); }
   bool answers() try {
     settings();
@@ -179,6 +184,26 @@ TEST_F(DaemonTest, ExchangeIsDeliveredWithItsProcessAndGoneAfterOk) {
   EXPECT_EQ(event_.at("/dns_packet/answers/0/data"_json_pointer), "192.0.2.1");
   EXPECT_EQ(report("Ok"), "Message received state: Ok");
   EXPECT_FALSE(fetched(name));
+}
+
+TEST_F(DaemonTest, StatisticsShowTheExchangeToThoseWhoMayCall) {
+  if (geteuid() != 0) GTEST_SKIP() << "capturing needs root";
+  startEnrolledDaemon();
+  exchange("counted");
+  // Other daemons' exchanges are seen as well.
+  const auto counters = statistics("GetCounters");
+  for (const char* key :
+       {"packets_captured", "messages", "lookups", "events", "batches_stored", "batches_waiting"}) {
+    EXPECT_GE(std::get<std::int64_t>(counters.at(key).value), 1) << key;
+  }
+  for (const char* key : {"packets_undecodable", "batches_dropped"}) {
+    EXPECT_EQ(std::get<std::int64_t>(counters.at(key).value), 0) << key;
+  }
+  const auto activity = statistics("GetActivity");
+  const platform::ServiceValue expected{
+      Settings{{"count", {std::int64_t{1}}}, {"name", {std::string("counted")}}}};
+  const auto names = std::get<platform::ServiceValue::Array>(activity.at("names").value);
+  EXPECT_NE(std::ranges::find(names, expected), names.end());
 }
 
 TEST_F(DaemonTest, BatchAndEnrollmentOutliveAKill) {

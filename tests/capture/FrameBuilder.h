@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/DnsMessage.h"
 #include "capture/PacketHandler.h"
 
 /// Builds frames layer by layer; octets are kept as strings, since those join with "+".
@@ -94,10 +95,10 @@ struct HandlerRecorder : MessageObserverProtocol {
   }
 
   void observe(const ObservedMessage& message) override {
-    observed.push_back((message.isResponse ? "response " : "query ") +
-                       std::to_string(message.responseCode) + " " +
-                       std::string(message.questionName) + " from port " +
-                       std::to_string(message.flow.sourcePort) + std::string(message.processes));
+    observed.push_back((message.header.isResponse ? "response " : "query ") +
+                       std::to_string(message.header.responseCode) + " " +
+                       std::string(message.questionName) + " from " + std::string(message.sender) +
+                       std::string(message.processes));
   }
 
   std::vector<std::string> texts;

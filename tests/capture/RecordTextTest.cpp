@@ -60,8 +60,8 @@ TEST(RecordTextTest, ObserverIsToldWhoAskedAndWhoAnsweredWhat) {
   recorder.give(101, ipv4(udp(dnsMessage(1, 0x8005, {}), 53, 40000)));
   EXPECT_EQ(recorder.observed,
             (std::vector<std::string>{
-                "query 0 a\\059b from port 40000 by dig", "response 3 a\\059b from port 53",
-                "response 3 a\\059b from port 53", "response 5  from port 53"}));
+                "query 0 a\\059b from 127.0.0.1 by dig", "response 3 a\\059b from 127.0.0.1",
+                "response 3 a\\059b from 127.0.0.1", "response 5  from 127.0.0.1"}));
 }
 
 TEST(RecordTextTest, ProcessIsOnlyLookedForBehindQueriesOverUdpThatDecode) {

@@ -34,8 +34,11 @@ TEST(DNSMessageContainer, DropsTheEventThatWasSetLongestAgo) {
   const auto event = std::make_shared<const ToviDNSEvent>();
   container.set(1, event);
   container.set(2, event);
+  container.set(2, event);
+  EXPECT_EQ(container.forgotten().count(), 0U);
   EXPECT_EQ(container.get(1), event);
   container.set(3, event);
+  EXPECT_EQ(container.forgotten().count(), 1U);
   EXPECT_EQ(container.get(1), nullptr);
   EXPECT_EQ(container.get(2), event);
   container.remove(2);

@@ -12,11 +12,13 @@ namespace tovi::test {
 
 /// An agent and a status keeper that answer what they are told to, and remember their calls. Not to
 /// be looked at while a service runs on them.
-struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
+struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol, GetStatisticsProtocol {
   ActivationStatus status{"inactive", std::nullopt};
   std::map<std::string, std::string> batches;
   std::optional<std::string> statusMessage;
   std::function<void()> onReport = [] {};
+  PropertyDictionary counted = {{"packets_captured", {std::int64_t{7}}}};
+  PropertyDictionary recent;
   std::vector<std::string> calls;
 
   ActivationStatus getActivationStatus() const override { return status; }
@@ -35,6 +37,8 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol {
     if (force) return "{\"active\":true}";
     return std::exchange(statusMessage, std::nullopt);
   }
+  PropertyDictionary counters() override { return counted; }
+  PropertyDictionary activity() override { return recent; }
   std::optional<std::string> statusMessageDeliveredState(
       const std::string& state, const std::optional<std::string>& data) override {
     calls.push_back("status " + state + " " + data.value_or("-"));
@@ -58,7 +62,7 @@ class RunningService {
   void run(PlainDaemon& daemon, const PropertyDictionary& settings) {
     platform::MainLoop loop;
     const SettingsHandler handler(settings);
-    const ToviAgentXPC service(loop, daemon, daemon, "io.tovi.ToviAgentXPC", handler);
+    const ToviAgentXPC service(loop, daemon, daemon, "io.tovi.ToviAgentXPC", handler, daemon);
     const auto watch = loop.repeat(std::chrono::milliseconds(10), [&] {
       if (ending_) loop.quit();
     });

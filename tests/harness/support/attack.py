@@ -11,7 +11,7 @@ METHODS = {"GetActivationStatus": "", "GetDNSMessages": "", "SetActivationData":
            "SetMessageDeliveryState": "ssas", "GetStatusEvent": "b", "GetAgentSettings": ""}
 SIGNATURES = ["", "s", "ss", "ssas", "as", "b", "ay", "a{ss}", "a{sv}", "v", "(sas)", "aas", "dxt",
               "ssv", "og", "u" * 200]
-INTERFACES = [INTERFACE, "org.freedesktop.DBus.Properties", "org.freedesktop.DBus.Introspectable",
+INTERFACES = [INTERFACE, "io.tovi.ToviStatistics", "org.freedesktop.DBus.Properties", "org.freedesktop.DBus.Introspectable",
               "org.freedesktop.DBus.Peer", "org.freedesktop.DBus.ObjectManager", "no.such.Interface"]
 HUGE = 2 << 20
 
@@ -53,7 +53,7 @@ def _values(random, signature):
 
 def _call(random):
     """Member, signature, arguments and addressee of any call."""
-    member = random.choice([*METHODS, "NoSuchMethod", "Get", "GetAll", "Introspect", "Ping"])
+    member = random.choice([*METHODS, "GetCounters", "GetActivity", "NoSuchMethod", "Get", "GetAll", "Introspect", "Ping"])
     signature = METHODS.get(member, "s")
     if random.random() < 0.5:
         signature = random.choice(SIGNATURES)

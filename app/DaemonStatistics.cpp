@@ -1,0 +1,79 @@
+#include "app/DaemonStatistics.h"
+
+#include "events/DnsEventNames.h"
+#include "service/StatisticsProtocol.h"
+
+namespace tovi {
+
+using namespace statistics;
+
+namespace {
+
+using Entries = std::vector<RecentActivity::Entry>;
+
+PropertyValue valueOf(std::uint64_t count) {
+  return {static_cast<std::int64_t>(count)};
+}
+
+PropertyDictionary entryOf(const std::string& name, std::uint64_t count) {
+  return {{kName, {name}}, {kCount, valueOf(count)}};
+}
+
+PropertyValue listOf(const Entries& entries) {
+  PropertyValue::Array list;
+  for (const auto& [name, count] : entries) list.push_back({entryOf(name, count)});
+  return {std::move(list)};
+}
+
+PropertyValue failureList(const Entries& entries) {
+  PropertyValue::Array list;
+  for (const auto& [failure, count] : entries) {
+    const auto blank = failure.find(' ');
+    auto entry = entryOf(failure.substr(blank + 1), count);
+    entry[kResponseCode] = {std::string(responseCodeName(failure.substr(0, blank)))};
+    list.push_back({std::move(entry)});
+  }
+  return {std::move(list)};
+}
+
+}  // namespace
+
+PropertyDictionary DaemonStatistics::counters() {
+  const auto& capture = sources_.capture.tallies();
+  const auto uptime = std::chrono::steady_clock::now() - start_;
+  PropertyDictionary counters = {
+      {kUptimeSeconds, {std::int64_t{std::chrono::floor<std::chrono::seconds>(uptime).count()}}}};
+  for (const auto& [key, tally] :
+       {std::pair<const char*, const Tally&>{kPacketsCaptured, capture.packets},
+        {kPacketsDroppedByKernel, capture.droppedByKernel},
+        {kPacketsUndecodable, capture.undecodable},
+        {kMessages, capture.messages},
+        {kLookups, capture.lookups},
+        {kLookupsWithoutProcess, capture.lookupsWithoutProcess},
+        {kExchangesForgotten, sources_.container.forgotten()},
+        {kMessagesRefused, sources_.builder.refused()},
+        {kEvents, sources_.builder.events()},
+        {kEventsRepeated, sources_.packer.repeated()},
+        {kBatchesStored, sources_.persistence.stored()},
+        {kBatchesDropped, sources_.persistence.dropped()}}) {
+    counters[key] = valueOf(tally.count());
+  }
+  if (const auto waiting = sources_.persistence.waiting()) {
+    counters[kBatchesWaiting] = valueOf(*waiting);
+  }
+  return counters;
+}
+
+PropertyDictionary DaemonStatistics::activity() {
+  const auto summary = sources_.activity.summary();
+  return {{kWindowSeconds, {std::int64_t{RecentActivity::kWindow.count()}}},
+          {kQueries, valueOf(summary.queries)},
+          {kResponses, valueOf(summary.responses)},
+          {kFailedResponses, valueOf(summary.failedResponses)},
+          {kNames, listOf(summary.names)},
+          {kProcesses, listOf(summary.processes)},
+          {kFailures, failureList(summary.failures)},
+          {kResolvers, listOf(summary.resolvers)}};
+}
+
+}  // namespace tovi

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "events/ToviDNSEvent.h"
+
+namespace tovi {
+
+/// The first process in the output of lsof(8): a header line, then a row for each process, whose
+/// first three columns are command, process identifier and user. Nothing when there is no such row.
+std::optional<EventProcess> firstProcess(std::string_view text);
+
+}  // namespace tovi

@@ -1,0 +1,89 @@
+#include "events/RecentActivity.h"
+
+#include <algorithm>
+
+#include "capture/DnsMessage.h"
+#include "events/ProcessText.h"
+
+namespace tovi {
+
+static constexpr std::size_t kShown = 20;
+static constexpr unsigned kNoError = 0;
+
+static bool comesFirst(const RecentActivity::Entry& left, const RecentActivity::Entry& right) {
+  return left.count != right.count ? left.count > right.count : left.name < right.name;
+}
+
+void RecentActivity::observe(const ObservedMessage& message) {
+  if (message.header.isResponse) {
+    std::lock_guard lock(mutex_);
+    return addResponse(currentSlot(), message);
+  }
+  const auto process = firstProcess(message.processes);
+  std::lock_guard lock(mutex_);
+  addQuery(currentSlot(), message, process ? process->name.value_or("") : "");
+}
+
+void RecentActivity::addQuery(Slot& slot, const ObservedMessage& message,
+                              const std::string& process) {
+  ++slot.queries;
+  if (!message.questionName.empty()) slot.names.add(message.questionName);
+  if (!process.empty()) slot.processes.add(process);
+}
+
+void RecentActivity::addResponse(Slot& slot, const ObservedMessage& message) {
+  slot.resolvers.add(message.sender);
+  const unsigned code = message.header.responseCode;
+  if (code == kNoError) return;
+  slot.failures.add(std::to_string(code) + " " + std::string(message.questionName));
+}
+
+RecentActivity::Summary RecentActivity::summary() const {
+  std::lock_guard lock(mutex_);
+  Summary summary{.names = top(&Slot::names),
+                  .processes = top(&Slot::processes),
+                  .failures = top(&Slot::failures),
+                  .resolvers = top(&Slot::resolvers)};
+  for (const auto& slot : slots_) {
+    if (!isRecent(slot)) continue;
+    summary.queries += slot.queries;
+    summary.responses += slot.resolvers.total();
+    summary.failedResponses += slot.failures.total();
+  }
+  return summary;
+}
+
+std::vector<RecentActivity::Entry> RecentActivity::top(TopCounts Slot::*kind) const {
+  std::unordered_map<std::string, std::uint64_t> counts;
+  for (const auto& slot : slots_) {
+    if (isRecent(slot)) (slot.*kind).addTo(counts);
+  }
+  std::vector<Entry> entries;
+  for (const auto& [name, count] : counts) entries.push_back({name, count});
+  std::ranges::sort(entries, comesFirst);
+  entries.resize(std::min(entries.size(), kShown));
+  return entries;
+}
+
+std::int64_t RecentActivity::currentNumber() const {
+  return timeProvider_.now().time_since_epoch() / kSlotTime;
+}
+
+bool RecentActivity::isRecent(const Slot& slot) const {
+  const auto current = currentNumber();
+  return slot.number <= current && slot.number > current - static_cast<std::int64_t>(kSlots);
+}
+
+RecentActivity::Slot& RecentActivity::currentSlot() {
+  const auto number = currentNumber();
+  auto& slot = slots_[static_cast<std::uint64_t>(number) % kSlots];
+  if (slot.number == number) return slot;
+  slot.number = number;
+  slot.queries = 0;
+  for (auto* counts : {&slot.names, &slot.processes, &slot.failures, &slot.resolvers}) {
+    counts->clear();
+  }
+  return slot;
+}
+
+}  // namespace tovi

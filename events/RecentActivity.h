@@ -1,0 +1,80 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "capture/MessageObserverProtocol.h"
+#include "core/TimeProviderProtocol.h"
+#include "events/TopCounts.h"
+
+namespace tovi {
+
+/// What the machine asked and who answered in the last minute: in this slot of ten seconds, and in
+/// the five before. A slot keeps a bounded number of names, processes, failures and resolvers, so
+/// that a flood of ever new names cannot make it grow. After a change of the clock it shows what
+/// falls into the last minute of the new time. Any thread.
+class RecentActivity : public MessageObserverProtocol {
+ public:
+  static constexpr std::chrono::seconds kWindow{60};
+
+  struct Entry {
+    std::string name;
+    std::uint64_t count = 0;
+    bool operator==(const Entry&) const = default;
+  };
+  /// The most frequent ones of each kind, the most frequent first, then by name. Where more came
+  /// than are kept, a count is that of the times that are certain.
+  struct Summary {
+    std::uint64_t queries = 0;
+    std::uint64_t responses = 0;
+    std::uint64_t failedResponses = 0;
+    /// The names that were asked for.
+    std::vector<Entry> names;
+    /// Those that asked; queries whose process is unknown are not among them.
+    std::vector<Entry> processes;
+    /// Response code in decimal, a blank, and the name.
+    std::vector<Entry> failures;
+    /// The addresses that answered.
+    std::vector<Entry> resolvers;
+  };
+
+  /// The time provider must outlive it.
+  explicit RecentActivity(const TimeProviderProtocol& timeProvider) : timeProvider_(timeProvider) {}
+
+  void observe(const ObservedMessage& message) override;
+  Summary summary() const;
+
+ private:
+  static constexpr std::chrono::seconds kSlotTime{10};
+  static constexpr std::size_t kSlots = kWindow / kSlotTime;
+  static constexpr std::size_t kKeptPerSlot = 128;
+
+  struct Slot {
+    /// Since the epoch, in units of kSlotTime.
+    std::int64_t number = -1;
+    std::uint64_t queries = 0;
+    TopCounts names{kKeptPerSlot};
+    TopCounts processes{kKeptPerSlot};
+    TopCounts failures{kKeptPerSlot};
+    TopCounts resolvers{kKeptPerSlot};
+  };
+
+  std::int64_t currentNumber() const;
+  Slot& currentSlot();
+  static void addQuery(Slot& slot, const ObservedMessage& message, const std::string& process);
+  static void addResponse(Slot& slot, const ObservedMessage& message);
+  std::vector<Entry> top(TopCounts Slot::*kind) const;
+  bool isRecent(const Slot& slot) const;
+
+  const TimeProviderProtocol& timeProvider_;
+
+  // Guarded by the mutex.
+  mutable std::mutex mutex_;
+  std::array<Slot, kSlots> slots_;
+};
+
+}  // namespace tovi

@@ -1,0 +1,56 @@
+#pragma once
+
+/// The daemon's own read-only interface, on the object of the local service, for both ends of it.
+/// What a caller can ask for changes nothing in the daemon.
+namespace tovi::statistics {
+
+inline constexpr const char* kInterfaceName = "io.tovi.ToviStatistics";
+
+/// () -> a{sv}: what was done and what was lost since the daemon started, by the keys below, all of
+/// them 64-bit integers. One that cannot be told now is left out.
+inline constexpr const char* kGetCounters = "GetCounters";
+
+inline constexpr const char* kUptimeSeconds = "uptime_seconds";
+/// Packets from and to port 53 that the kernel handed over.
+inline constexpr const char* kPacketsCaptured = "packets_captured";
+/// Packets that the kernel had to drop, since the daemon did not fetch them fast enough.
+inline constexpr const char* kPacketsDroppedByKernel = "packets_dropped_by_kernel";
+/// Packets and messages that are no sound DNS.
+inline constexpr const char* kPacketsUndecodable = "packets_undecodable";
+inline constexpr const char* kMessages = "messages";
+/// Queries whose process was looked for, and those of them for which none was found.
+inline constexpr const char* kLookups = "lookups";
+inline constexpr const char* kLookupsWithoutProcess = "lookups_without_process";
+/// Exchanges that had no answer yet and were forgotten to make room for newer ones; an answer that
+/// still comes makes an event without its process. Most of them failed, and nothing is lost.
+inline constexpr const char* kExchangesForgotten = "exchanges_forgotten";
+/// Messages that make no event, as those about the collector's own name.
+inline constexpr const char* kMessagesRefused = "messages_refused";
+/// Exchanges with an answer.
+inline constexpr const char* kEvents = "events";
+/// Events that the repetition filter left out.
+inline constexpr const char* kEventsRepeated = "events_repeated";
+inline constexpr const char* kBatchesStored = "batches_stored";
+inline constexpr const char* kBatchesDropped = "batches_dropped";
+/// In the store at this moment: pending, or handed out and not reported on.
+inline constexpr const char* kBatchesWaiting = "batches_waiting";
+
+/// () -> a{sv}: the exchanges of the last minute. "window_seconds", "queries", "responses" and
+/// "failed_responses" are integers; "names", "processes", "failures" and "resolvers" are arrays of
+/// dictionaries with "name" and "count", the largest count first; those of "failures" have a
+/// "response_code" as well.
+inline constexpr const char* kGetActivity = "GetActivity";
+
+inline constexpr const char* kWindowSeconds = "window_seconds";
+inline constexpr const char* kQueries = "queries";
+inline constexpr const char* kResponses = "responses";
+inline constexpr const char* kFailedResponses = "failed_responses";
+inline constexpr const char* kNames = "names";
+inline constexpr const char* kProcesses = "processes";
+inline constexpr const char* kFailures = "failures";
+inline constexpr const char* kResolvers = "resolvers";
+inline constexpr const char* kName = "name";
+inline constexpr const char* kCount = "count";
+inline constexpr const char* kResponseCode = "response_code";
+
+}  // namespace tovi::statistics
