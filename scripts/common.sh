@@ -13,7 +13,8 @@ run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with.
 test_packages=(libgtest-dev dbus-daemon lsof python3-jsonschema systemd)
 # time is the program of that name, not the shell's word.
-bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python3 time valgrind)
+bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python3 systemd time
+                valgrind)
 package_packages=(dpkg-dev file)
 # Older releases of clang cannot build all of the sources.
 fuzz_packages=(clang-16 libclang-rt-16-dev)

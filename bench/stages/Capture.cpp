@@ -3,9 +3,16 @@
 #include "bench/stages/Inputs.h"
 #include "bench/stages/Measurement.h"
 #include "capture/FrameDecoder.h"
+#include "capture/PacketHandler.h"
 #include "capture/RecordTextWriter.h"
+#include "events/RecentActivity.h"
+#include "tools/tovi-replay/ReplayClock.h"
 
 namespace tovi::bench {
+
+static constexpr const char* kProcesses =
+    "COMMAND PID USER FD TYPE DEVICE SIZE/OFF NODE NAME\nfirefox 2345 anna 57u IPv4 0t0 UDP "
+    "*:4000\n";
 
 static void readWhole(DnsMessage& message) {
   DnsQuestion question;
@@ -41,5 +48,25 @@ static void messageToRecordText(benchmark::State& state) {
   }
 }
 BENCHMARK(messageToRecordText)->Unit(benchmark::kMillisecond);
+
+/// The whole room; in the second row with what keeps the last minute's activity.
+static void frameToRecordText(benchmark::State& state) {
+  const auto& frames = Inputs::shared().frames();
+  replay::ReplayClock clock;
+  RecentActivity activity(clock);
+  PacketHandler handler({.processLookup = [](const auto&) { return std::string(kProcesses); },
+                         .sink = [](std::string_view text) { benchmark::DoNotOptimize(text); },
+                         .observer = state.range(0) == 0 ? nullptr : &activity,
+                         .abandoned = [] {}},
+                        "192.0.2.53");
+  Measurement measurement(state, "packet", frames.size());
+  for (auto pass : state) {
+    for (const TimedFrame& frame : frames) {
+      clock.set(captured(frame).time);
+      handler.onPacketArrives(captured(frame));
+    }
+  }
+}
+BENCHMARK(frameToRecordText)->ArgName("activity")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace tovi::bench

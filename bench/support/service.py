@@ -146,6 +146,14 @@ class Daemon:
         messages = json.loads(self.ctl("messages", "--json").stdout)["messages"]
         return [event for message in messages for event in message["batch"]["events_data"]]
 
+    def counters(self):
+        """What the daemon counted since its start, by name."""
+        reply = subprocess.run(["busctl", "--system", "--json=short", "call", "io.tovi.ToviAgentXPC",
+                                "/io/tovi/ToviAgentXPC", "io.tovi.ToviStatistics", "GetCounters"],
+                               env=self.environment, capture_output=True, check=True).stdout
+        counters, = json.loads(reply)["data"]
+        return {name: counter["data"] for name, counter in counters.items()}
+
     def cpu(self):
         """Seconds of processor time so far, that of programs it ran included."""
         fields = Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()

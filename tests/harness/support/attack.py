@@ -11,7 +11,8 @@ METHODS = {"GetActivationStatus": "", "GetDNSMessages": "", "SetActivationData":
            "SetMessageDeliveryState": "ssas", "GetStatusEvent": "b", "GetAgentSettings": ""}
 SIGNATURES = ["", "s", "ss", "ssas", "as", "b", "ay", "a{ss}", "a{sv}", "v", "(sas)", "aas", "dxt",
               "ssv", "og", "u" * 200]
-INTERFACES = [INTERFACE, "io.tovi.ToviStatistics", "org.freedesktop.DBus.Properties", "org.freedesktop.DBus.Introspectable",
+STATISTICS = "io.tovi.ToviStatistics"
+INTERFACES = [INTERFACE, STATISTICS, "org.freedesktop.DBus.Properties", "org.freedesktop.DBus.Introspectable",
               "org.freedesktop.DBus.Peer", "org.freedesktop.DBus.ObjectManager", "no.such.Interface"]
 HUGE = 2 << 20
 
