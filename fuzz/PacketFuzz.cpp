@@ -11,6 +11,8 @@
 
 #include "capture/ByteCursor.h"
 #include "capture/PacketHandler.h"
+#include "core/TimeProvider.h"
+#include "events/RecentActivity.h"
 #include "fuzz/EventCheck.h"
 #include "fuzz/Require.h"
 
@@ -122,6 +124,35 @@ class TextCheck {
   EventCheck events_;
 };
 
+/// What an observer is told agrees with the text, and the last minute's activity takes all of it.
+class ObserverCheck : public MessageObserverProtocol {
+ public:
+  ~ObserverCheck() {
+    const auto summary = activity_.summary();
+    require(summary.queries + summary.responses == observed_);
+  }
+
+  void observe(const ObservedMessage& message) override {
+    require(message.questionName == firstQuestionName(message.recordText));
+    require(message.processes.empty() || message.processes == kProcesses);
+    activity_.observe(message);
+    ++observed_;
+  }
+
+ private:
+  static std::string_view firstQuestionName(std::string_view text) {
+    constexpr std::string_view kBefore = ",query0!";
+    const auto start = text.find(kBefore);
+    if (start == text.npos) return {};
+    const auto name = text.substr(start + kBefore.size());
+    return name.substr(0, name.find(';'));
+  }
+
+  TimeProvider time_;
+  RecentActivity activity_{time_};
+  std::uint64_t observed_ = 0;
+};
+
 }  // namespace
 
 }  // namespace tovi::fuzz
@@ -129,8 +160,10 @@ class TextCheck {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tovi;
   fuzz::TextCheck checkText;
+  fuzz::ObserverCheck checkObserved;
   PacketHandler handler({.processLookup = [](const auto&) { return std::string(fuzz::kProcesses); },
                          .sink = [&](std::string_view text) { checkText(text); },
+                         .observer = &checkObserved,
                          .abandoned = [] {}},
                         std::string(fuzz::kDnsServers));
   ByteCursor cursor(std::as_bytes(std::span(data, size)));
