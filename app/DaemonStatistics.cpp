@@ -21,7 +21,7 @@ PropertyDictionary entryOf(const std::string& name, std::uint64_t count) {
 
 PropertyValue listOf(const Entries& entries) {
   PropertyValue::Array list;
-  for (const auto& [name, count] : entries) list.push_back({entryOf(name, count)});
+  for (const auto& [name, count] : entries) list.emplace_back().value = entryOf(name, count);
   return {std::move(list)};
 }
 
@@ -31,7 +31,7 @@ PropertyValue failureList(const Entries& entries) {
     const auto blank = failure.find(' ');
     auto entry = entryOf(failure.substr(blank + 1), count);
     entry[kResponseCode] = {std::string(responseCodeName(failure.substr(0, blank)))};
-    list.push_back({std::move(entry)});
+    list.emplace_back().value = std::move(entry);
   }
   return {std::move(list)};
 }
