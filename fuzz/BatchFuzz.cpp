@@ -1,11 +1,14 @@
 // Two batches as they come out of the store, a zero octet between them: each is refused or reads
-// back the same, and joined they have the events of both.
+// back the same, and joined they have the events of both. Each event is one line in every
+// vocabulary that has words for it.
 
 #include <nlohmann/json.hpp>
 
 #include "core/Utf8.h"
 #include "fuzz/Require.h"
 #include "pipeline/JoinedBatches.h"
+#include "tools/formats/EventFormat.h"
+#include "tools/formats/UnreadableEvent.h"
 
 namespace tovi::fuzz {
 
@@ -18,8 +21,18 @@ std::string normalized(std::string_view text) {
   return json;
 }
 
+void checkLines(const ToviDNSEvent& event) try {
+  using formats::EventFormat;
+  for (const auto format : {EventFormat::ecs, EventFormat::ocsf1_8, EventFormat::ocsf1_9}) {
+    const auto line = formats::lineOf(event, format);
+    require(isOneLine(line) && nlohmann::json::accept(line));
+  }
+} catch (const formats::UnreadableEvent&) {
+}
+
 void check(std::string_view first, std::string_view second) {
   normalized(first);
+  for (const auto& event : dnsEventsFrom(first).eventsData) checkLines(*event);
   const std::size_t count =
       dnsEventsFrom(first).eventsData.size() + dnsEventsFrom(second).eventsData.size();
   JoinedBatches batches;

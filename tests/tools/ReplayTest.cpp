@@ -113,7 +113,8 @@ TEST_F(Replay, QuietWritesOnlyTheSummary) {
 TEST_F(Replay, WrongCommandLineIsAUsageError) {
   for (const char* arguments :
        {"", "--nothing %s", "--records --events %s", "--store", "--batch-size 0 %s",
-        "--repetition-interval -1 %s", "--repetition-interval nan %s"}) {
+        "--repetition-interval -1 %s", "--format elastic %s", "--format ecs --records %s",
+        "--repetition-interval nan %s"}) {
     EXPECT_EQ(replay(arguments), 2) << arguments;
     EXPECT_EQ(output(), "");
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "events/RepetitionsRemovalMessageFilter.h"
+#include "tools/formats/EventFormat.h"
 #include "tools/tovi-replay/CountingFilter.h"
 #include "tools/tovi-replay/EventDestination.h"
 #include "tools/tovi-replay/LineOutput.h"
@@ -8,12 +9,13 @@
 
 namespace tovi::replay {
 
-/// Prints each event as a line of JSON. The borrowed arguments must outlive it. One thread.
+/// Prints each event as a line of JSON in the vocabulary chosen. The borrowed arguments must
+/// outlive it. One thread.
 class EventPrinter : public EventDestination {
  public:
   /// Drops repetitions within `repetitionInterval` seconds, if one is given.
   EventPrinter(LineOutput& output, ReplayCounts& counts, TimeProviderProtocol& clock,
-               std::optional<double> repetitionInterval);
+               formats::EventFormat format, std::optional<double> repetitionInterval);
 
   void addMessage(ToviDNSEventPointer event) override;
   void begin() override {}
@@ -22,6 +24,7 @@ class EventPrinter : public EventDestination {
  private:
   LineOutput& output_;
   ReplayCounts& counts_;
+  const formats::EventFormat format_;
   const bool filters_;
   NoVariables variables_;
   RepetitionsRemovalMessageFilter repetitions_;

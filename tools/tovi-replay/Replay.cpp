@@ -53,7 +53,8 @@ std::unique_ptr<EventDestination> Replay::makeDestination() {
   if (options_.output() == ReplayOptions::Output::store) {
     return std::make_unique<BatchStore>(options_, counts_, clock_);
   }
-  return std::make_unique<EventPrinter>(output_, counts_, clock_, options_.repetitionInterval);
+  return std::make_unique<EventPrinter>(output_, counts_, clock_, options_.format,
+                                        options_.repetitionInterval);
 }
 
 bool Replay::run() {

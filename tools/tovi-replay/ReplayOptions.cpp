@@ -9,11 +9,21 @@
 namespace tovi::replay {
 namespace {
 
-enum Option { kRecords = 256, kEvents, kStore, kInterval, kBatchSize, kCollector, kVersion };
+enum Option {
+  kRecords = 256,
+  kEvents,
+  kFormat,
+  kStore,
+  kInterval,
+  kBatchSize,
+  kCollector,
+  kVersion
+};
 
 constexpr option kOptions[] = {
     {"records", no_argument, nullptr, kRecords},
     {"events", no_argument, nullptr, kEvents},
+    {"format", required_argument, nullptr, kFormat},
     {"store", required_argument, nullptr, kStore},
     {"repetition-interval", required_argument, nullptr, kInterval},
     {"batch-size", required_argument, nullptr, kBatchSize},
@@ -40,6 +50,12 @@ std::int64_t batchSizeFrom(std::string_view text) {
   return *size;
 }
 
+formats::EventFormat formatFrom(std::string_view text) try {
+  return formats::eventFormatNamed(text);
+} catch (const std::invalid_argument& error) {
+  throw UsageError(std::string("--format: ") + error.what());
+}
+
 void choose(ReplayOptions& options, ReplayOptions::Output output) {
   if (options.chosenOutput && options.chosenOutput != output) {
     throw UsageError("--records, --events and --store exclude each other");
@@ -55,6 +71,9 @@ void apply(ReplayOptions& options, int choice) {
       return choose(options, Output::records);
     case kEvents:
       return choose(options, Output::events);
+    case kFormat:
+      options.format = formatFrom(optarg);
+      return;
     case kStore:
       options.storeDirectory = optarg;
       return choose(options, Output::store);
@@ -93,6 +112,10 @@ ReplayOptions parseOptions(int argc, char** argv) {
   if (options.task == ReplayOptions::Task::replay && options.files.empty()) {
     throw UsageError("no capture file is named");
   }
+  if (options.format != formats::EventFormat::tovi &&
+      options.output() != ReplayOptions::Output::events) {
+    throw UsageError("--format is about events");
+  }
   return options;
 }
 
@@ -100,8 +123,9 @@ const char* const kHelpText = R"(NAME
   tovi-replay - run capture files through the DNS event daemon's own code
 
 SYNOPSIS
-  tovi-replay [--records | --events | --store DIR] [--repetition-interval S]
-              [--batch-size N] [--collector-host NAME] [--quiet] FILE...
+  tovi-replay [--records | --events | --store DIR] [--format FORMAT]
+              [--repetition-interval S] [--batch-size N] [--collector-host NAME]
+              [--quiet] FILE...
   tovi-replay --help | --version
 
 DESCRIPTION
@@ -124,6 +148,14 @@ DESCRIPTION
 OPTIONS
   --events
       Print one event a line as JSON. This is the default.
+
+  --format FORMAT
+      Write events in one of these vocabularies:
+        tovi      as the daemon makes them; the default
+        ecs       Elastic Common Schema 9.4
+        ocsf-1.8  Open Cybersecurity Schema Framework 1.8, class DNS Activity;
+                  "ocsf" is the same
+        ocsf-1.9  the same class in version 1.9
 
   --records
       Print one line for each DNS message, in the form in which capture hands

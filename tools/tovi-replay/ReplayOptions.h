@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "pipeline/MessagePacker.h"
+#include "tools/formats/EventFormat.h"
 
 namespace tovi::replay {
 
@@ -27,6 +28,7 @@ struct ReplayOptions {
 
   Task task = Task::replay;
   std::optional<Output> chosenOutput;
+  formats::EventFormat format = formats::EventFormat::tovi;
   std::filesystem::path storeDirectory;
   /// Seconds.
   std::optional<double> repetitionInterval;
