@@ -8,7 +8,7 @@ _tovictl() {
   local verb='' operands=0
   for ((i = 1; i < cword; i++)); do
     case ${words[i]} in
-      --interval | --key-file | --uuid) ((i++)) ;;
+      --format | --interval | --key-file | --uuid) ((i++)) ;;
       -?*) ;;
       *) if [[ $verb ]]; then ((++operands)); else verb=${words[i]}; fi ;;
     esac
@@ -16,6 +16,7 @@ _tovictl() {
 
   case $prev in
     --key-file) _filedir; return ;;
+    --format) COMPREPLY=($(compgen -W 'tovi ecs ocsf-1.8 ocsf-1.9' -- "$cur")); return ;;
     --interval | --uuid) return ;;
   esac
 
@@ -25,7 +26,7 @@ _tovictl() {
     local options='--help --json'
     case $verb in
       enroll) options+=' --uuid --key-file' ;;
-      follow) options+=' --interval --once' ;;
+      follow) options+=' --format --interval --once' ;;
       messages) options+=' --ack --nack' ;;
       status) options+=' --force' ;;
     esac

@@ -19,6 +19,8 @@ complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l json -d 'write JS
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -F
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l uuid -x -d 'identifier of the agent'
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l key-file -rF -d 'file that holds the key'
+complete -c tovictl -n '__fish_seen_subcommand_from follow' -l format -x \
+  -a 'tovi ecs ocsf-1.8 ocsf-1.9' -d 'write events as'
 complete -c tovictl -n '__fish_seen_subcommand_from follow' -l interval -x -d 'how often to ask, in seconds'
 complete -c tovictl -n '__fish_seen_subcommand_from follow' -l once -d 'ask once, then end'
 complete -c tovictl -n '__fish_seen_subcommand_from messages' -l ack -d 'report each as delivered'

@@ -38,7 +38,7 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
   for (const char* arguments :
        {"", "unknown", "state extra", "state --force", "status --force=1", "report 1",
         "enroll --uuid", "enroll --uuid 1 --key-file k f", "messages --ack --nack",
-        "follow --interval nan", "follow --interval 1s"}) {
+        "follow --interval nan", "follow --interval 1s", "follow --format ocsf-2"}) {
     EXPECT_EQ(sh(std::string("tovictl ") + arguments + " 2>/dev/null"), "2\n") << arguments;
   }
   EXPECT_EQ(sh("for verb in '' state enroll status messages follow report settings version; do "
@@ -127,6 +127,16 @@ TEST_F(TovictlTest, FollowReportsABatchOnlyAfterItWasWritten) {
                                                          "batch 1 Ok", "batch 2 Ok"}));
   EXPECT_EQ(written, std::string("|") + kEvents + "|" + kEvents +
                          "{\"unreadable_batch\":\"2\",\"text\":\"broken\"}\n");
+}
+
+TEST_F(TovictlTest, FollowWritesTheVocabularyAskedForAndWhatHasNoWordsAsItIs) {
+  const std::string event = R"({"timestamp":"2022-01-25T17:02:52Z","dns_packet":{"id":9}})";
+  daemon_.batches = {{"1", R"({"events_data":[{"a":1},7,)" + event + "]}"}};
+  serve();
+  EXPECT_EQ(sh("tovictl follow --once --format ocsf 2>/dev/null | sed 's/,\"category_uid.*//'"),
+            "{\"unreadable_batch\":\"1\",\"text\":\"{\\\"a\\\":1}\"}\n"
+            "{\"unreadable_batch\":\"1\",\"text\":\"7\"}\n"
+            "{\"time\":1643130172000\n0\n");
 }
 
 TEST_F(TovictlTest, FollowLeavesWhatItCouldNotWrite) {

@@ -8,23 +8,45 @@
 #include "Agent.h"
 #include "Output.h"
 #include "Verbs.h"
+#include "events/EventJson.h"
 #include "service/ToviAgentXPCProtocol.h"
 #include "status/StatusMessageState.h"
+#include "tools/formats/EventFormat.h"
+#include "tools/formats/UnreadableEvent.h"
 
 namespace tovi::ctl {
 
 using Json = nlohmann::ordered_json;
+using formats::EventFormat;
 using platform::ServiceError;
 
-/// The events of the batch, one a line; a batch that is none becomes one line that holds its text.
-static std::string linesOf(const std::string& id, const std::string& text) {
+static std::string unreadableLine(const std::string& id, const std::string& text,
+                                  const char* what) {
+  std::cerr << "tovictl: " << what << id << " is unreadable; its text is written as it is\n";
+  return Json{{"unreadable_batch", id}, {"text", text}}.dump();
+}
+
+static std::string unreadableEvent(const std::string& id, const Json& event) {
+  return unreadableLine(id, event.dump(), "an event of the batch ");
+}
+
+static std::string lineOf(const std::string& id, const Json& event, EventFormat format) try {
+  // Not read and written again: nothing of it can get lost.
+  if (format == EventFormat::tovi) return event.dump();
+  return formats::lineOf(event.get<ToviDNSEvent>(), format);
+} catch (const Json::exception&) {
+  return unreadableEvent(id, event);
+} catch (const formats::UnreadableEvent&) {
+  return unreadableEvent(id, event);
+}
+
+/// The events of the batch, one a line; what is unreadable becomes one line that holds its text.
+static std::string linesOf(const std::string& id, const std::string& text, EventFormat format) {
   const auto batch = Json::parse(text, nullptr, false);
-  if (!batch.is_object() || !batch.contains("events_data")) {
-    std::cerr << "tovictl: the batch " << id << " is unreadable; its text is written as it is\n";
-    return Json{{"unreadable_batch", id}, {"text", text}}.dump() + "\n";
-  }
+  if (!batch.is_object() || !batch.contains("events_data"))
+    return unreadableLine(id, text, "the batch ") + "\n";
   std::string lines;
-  for (const auto& event : batch["events_data"]) lines += event.dump() + "\n";
+  for (const auto& event : batch["events_data"]) lines += lineOf(id, event, format) + "\n";
   return lines;
 }
 
@@ -33,6 +55,8 @@ namespace {
 /// A companion that delivers to standard output. One thread.
 class Follower {
  public:
+  explicit Follower(EventFormat format) : format_(format) {}
+
   /// One exchange with the daemon. Throws what goes wrong.
   void round() {
     if (!agent_) agent_.emplace();
@@ -41,7 +65,7 @@ class Follower {
                      std::string(rawValue(StatusMessageState::AgentDeliveredCompleted)));
     }
     for (const auto& [id, text] : agent_->messages()) {
-      writeOut(linesOf(id, text));
+      writeOut(linesOf(id, text, format_));
       // Only now: a batch reported before it was written could be lost.
       agent_->report(id, "Ok");
     }
@@ -61,6 +85,7 @@ class Follower {
   }
 
  private:
+  const EventFormat format_;
   std::optional<Agent> agent_;
   bool outage_ = false;
 };
@@ -79,6 +104,12 @@ static std::chrono::milliseconds intervalOf(const CommandLine& line) {
   return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
+static EventFormat formatOf(const CommandLine& line) try {
+  return formats::eventFormatNamed(line.value("--format").value_or("tovi"));
+} catch (const std::invalid_argument& fault) {
+  throw UsageError(std::string("--format: ") + fault.what());
+}
+
 /// Ending at any point is safe: what was not reported is given out again. So the ending signals end
 /// the program at once, even while a write or a call blocks.
 static void endQuietlyOnSignals() {
@@ -92,8 +123,8 @@ static void endQuietlyOnSignals() {
 
 int runFollow(const CommandLine& line) {
   const auto interval = intervalOf(line);
+  Follower follower(formatOf(line));
   endQuietlyOnSignals();
-  Follower follower;
   try {
     follower.round();
     while (!line.has("--once")) {

@@ -79,7 +79,7 @@ With --json: an object whose "messages" are objects with "id" and "batch".
        runMessages},
 
       {"follow",
-       "follow [--interval SECONDS] [--once]",
+       "follow [--format FORMAT] [--interval SECONDS] [--once]",
        "print DNS events as they come",
        R"(Stands in for the companion: fetches batches, prints one event a line as
 compact JSON, and reports a batch "Ok" only after its lines were written out.
@@ -87,18 +87,24 @@ Whatever reads the lines therefore gets every event at least once; after an
 interruption some come twice. Status messages are fetched and reported as
 delivered, so that the agent stays active.
 
+  --format FORMAT     the vocabulary of the lines: tovi, as the daemon makes
+                      them, when not given; ecs, Elastic Common Schema 9.4;
+                      ocsf-1.8 (or ocsf) and ocsf-1.9, DNS Activity of the
+                      Open Cybersecurity Schema Framework
   --interval SECONDS  how often to ask the daemon, 0.1 to 3600; 2 when not given
   --once              ask once, then end
 
 A batch that is no JSON is printed as one object with "unreadable_batch" (its
 identifier) and "text", with a warning, and then reported like any other, since
-it would be the same the next time.
+it would be the same the next time. So is an event that the chosen format has
+no words for, since it has no time or no exchange; the others of its batch are
+printed as usual.
 
 Ends with status 0 on SIGINT, SIGTERM and when the output is closed. When the
 daemon goes away, this is said once, and events go on when it is back; only a
 daemon that is not there at the start ends with status 3.
 )",
-       {{"--interval", true}, {"--once"}},
+       {{"--format", true}, {"--interval", true}, {"--once"}},
        0,
        0,
        runFollow},
