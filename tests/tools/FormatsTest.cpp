@@ -35,9 +35,9 @@ TEST(FormatsTest, WhatIsUnknownIsLeftOut) {
     std::vector<const char*> ocsf;
   } const cases[] = {
       {"/version", {"/agent/version"}, {"/metadata/product/version"}},
-      {"/system", {"/host", "/tovi/logged_users"}, {"/device", "/src_endpoint"}},
+      {"/system", {"/host", "/tovi/logged_users"}, {"/device", "/src_endpoint/hostname"}},
       {"/system/local_address", {"/host/ip"}, {"/device/ip", "/device/network_interfaces"}},
-      {"/process", {"/process", "/user"}, {"/actor", "/src_endpoint"}},
+      {"/process", {"/process", "/user"}, {"/actor"}},
       {"/process/user", {"/user"}, {"/actor/user", "/actor/process/user"}},
       {"/dns_packet/op_code", {"/dns/op_code"}, {"/query/opcode_id", "/query/opcode"}},
       {"/dns_packet/response_code", {"/dns/response_code"}, {"/rcode_id", "/rcode"}},

@@ -136,7 +136,8 @@ def ocsf(version):
             "device": record(endpoint | {"type_id": one_of(0), "type": one_of("Unknown"),
                                          "network_interfaces": many(interface)},
                              ["type_id"], ["hostname", "ip"]),
-            "src_endpoint": record(endpoint, at_least_one=["hostname", "ip"]),
+            "src_endpoint": record(endpoint | {"name": one_of("unknown")},
+                                   at_least_one=["hostname", "ip", "name"]),
             "actor": record({"process": process, "user": user}, at_least_one=["process", "user"]),
             "query": record({"hostname": TEXT} | RECORD | of_query, ["hostname"])
             | named("opcode_id", "opcode", OPCODES),
@@ -152,7 +153,8 @@ def ocsf(version):
                 "dns_packet": record({"op_code": TEXT, "queried_servers": many(UNICODE)}
                                      | of_rest)}),
         } | of_class,
-        ["time", "category_uid", "class_uid", "activity_id", "type_uid", "severity_id", "metadata"],
+        ["time", "category_uid", "class_uid", "activity_id", "type_uid", "severity_id", "metadata",
+         "src_endpoint"],
     )
     schema["allOf"] = [
         named("severity_id", "severity", {1: "Informational"}),

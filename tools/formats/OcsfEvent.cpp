@@ -175,12 +175,18 @@ Json actor(const EventProcess& process) {
   return actor;
 }
 
-// Only a process found on this host shows that the host is the asker.
+/// The host, which is taken for the asker. The class demands one of the two ends, so what is unknown
+/// is said to be.
+Json sourceEndpoint(const ToviDNSEvent& event) {
+  auto source = endpoint(event);
+  if (source.empty()) source["name"] = "unknown";
+  return source;
+}
+
 void addHost(Json& ocsf, const ToviDNSEvent& event) {
   addUnlessEmpty(ocsf, "device", device(event));
-  if (!event.process) return;
-  ocsf["actor"] = actor(*event.process);
-  addUnlessEmpty(ocsf, "src_endpoint", endpoint(event));
+  if (event.process) ocsf["actor"] = actor(*event.process);
+  ocsf["src_endpoint"] = sourceEndpoint(event);
 }
 
 struct ObservableType {
