@@ -125,7 +125,7 @@ bool hasFields(std::uint16_t type, std::span<const std::uint8_t> data) {
 struct DnsMessage::Record {
   Record(const std::uint8_t* wire, std::size_t& position, std::size_t size) {
     if (knot_rrset_rr_from_wire(wire, &position, size, &set, nullptr, false) != KNOT_EOK) {
-      throw MalformedDns("malformed record");
+      throw MalformedDns(Undecodable::record);
     }
   }
   ~Record() { knot_rrset_clear(&set, nullptr); }
@@ -139,8 +139,8 @@ struct DnsMessage::Record {
 
 DnsMessage::DnsMessage(std::span<const std::byte> bytes)
     : bytes_(bytes), position_(KNOT_WIRE_HEADER_SIZE) {
-  if (bytes.size() < KNOT_WIRE_HEADER_SIZE) throw MalformedDns("short header");
-  if (hasLongPointerChain(bytes)) throw MalformedDns("chain of compression pointers");
+  if (bytes.size() < KNOT_WIRE_HEADER_SIZE) throw MalformedDns(Undecodable::dnsHeader);
+  if (hasLongPointerChain(bytes)) throw MalformedDns(Undecodable::pointerChain);
   header_ = readHeader(wire());
   questionsLeft_ = knot_wire_get_qdcount(wire());
   answersLeft_ = knot_wire_get_ancount(wire());
@@ -152,7 +152,7 @@ bool DnsMessage::nextQuestion(DnsQuestion& question) {
   const std::uint8_t* name = wire() + position_;
   const std::uint8_t* end = wire() + bytes_.size();
   const int size = knot_dname_wire_check(name, end, wire());
-  if (size <= 0 || end - name - size < 4) throw MalformedDns("malformed question");
+  if (size <= 0 || end - name - size < 4) throw MalformedDns(Undecodable::question);
   question.name = nameText(name, wire(), name_);
   question.type = knot_wire_read_u16(name + size);
   question.dnsClass = knot_wire_read_u16(name + size + 2);
@@ -191,7 +191,7 @@ std::string_view DnsMessage::dataText(const Record& record) {
 // The library does not tell a buffer that is too small from data that it cannot print, so the
 // buffer grows no further than any text of that data could.
 std::string_view DnsMessage::dumpedText(const Record& record) {
-  if (!hasFields(record.set.type, record.data())) throw MalformedDns("data too short");
+  if (!hasFields(record.set.type, record.data())) throw MalformedDns(Undecodable::recordData);
   const std::size_t limit = kSmallText + record.data().size() * kMaxTextPerOctet;
   for (std::size_t capacity = std::max(dataCapacity_, kSmallText);; capacity *= 2) {
     if (capacity > dataCapacity_) {
@@ -201,7 +201,7 @@ std::string_view DnsMessage::dumpedText(const Record& record) {
     const int length =
         knot_rrset_txt_dump_data(&record.set, 0, data_.get(), capacity, &KNOT_DUMP_STYLE_DEFAULT);
     if (length >= 0) return {data_.get(), static_cast<std::size_t>(length)};
-    if (capacity >= limit) throw MalformedDns("data without a text");
+    if (capacity >= limit) throw MalformedDns(Undecodable::recordData);
   }
 }
 

@@ -6,17 +6,25 @@
 #include <memory>
 #include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "capture/AddressText.h"
 #include "capture/NameText.h"
+#include "capture/Undecodable.h"
 
 namespace tovi {
 
 /// A DNS message that cannot be decoded.
 class MalformedDns : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit MalformedDns(Undecodable reason)
+      : std::runtime_error(std::string(undecodableText(reason))), reason_(reason) {}
+
+  Undecodable reason() const { return reason_; }
+
+ private:
+  Undecodable reason_;
 };
 
 /// The names and data are zone-file text (RFC 1035, section 5.1), without the last dot; the root

@@ -70,12 +70,12 @@ bool isDns(const Flow& flow) {
 DecodedFrame decodeUdp(ByteCursor cursor, const Packet& packet) {
   const std::size_t length = cursor.u16();
   cursor.skip(2);
-  if (cursor.bad() || length < 8) return MalformedFrame{};
+  if (cursor.bad() || length < 8) return MalformedFrame{Undecodable::udpHeader};
   const std::size_t payload = length - 8;
   const bool cut = packet.firstFragment || packet.missing > 0;
-  if (payload > cursor.rest().size() && !cut) return MalformedFrame{};
+  if (payload > cursor.rest().size() && !cut) return MalformedFrame{Undecodable::udpHeader};
   cursor.limit(payload);
-  return UdpDatagram{packet.flow, cursor.rest()};
+  return UdpDatagram{packet.flow, cursor.rest(), cut};
 }
 
 // RFC 9293, section 3.1.
@@ -85,9 +85,9 @@ DecodedFrame decodeTcp(ByteCursor cursor, const Packet& packet) {
   const std::size_t headerLength = static_cast<std::size_t>(cursor.u8() >> 4) * 4;
   const std::uint8_t flags = cursor.u8();
   cursor.skip(6);
-  if (headerLength < 20) return MalformedFrame{};
+  if (headerLength < 20) return MalformedFrame{Undecodable::tcpHeader};
   cursor.skip(headerLength - 20);
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::tcpHeader};
   return TcpSegment{.flow = packet.flow,
                     .sequence = sequence,
                     .syn = (flags & 0x02) != 0,
@@ -127,9 +127,10 @@ DecodedFrame decodeIpv4(ByteCursor cursor) {
   cursor.skip(2);
   copyIpv4(cursor.take(4), packet.flow.source);
   copyIpv4(cursor.take(4), packet.flow.destination);
-  if (cursor.bad() || headerLength < 20 || length < headerLength) return MalformedFrame{};
+  if (cursor.bad() || headerLength < 20 || length < headerLength)
+    return MalformedFrame{Undecodable::ipHeader};
   cursor.skip(headerLength - 20);
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::ipHeader};
   if ((fragment & 0x1fff) != 0) return NotDns{};
   packet.firstFragment = (fragment & 0x2000) != 0;
   limitToPacket(cursor, length - headerLength, packet);
@@ -166,13 +167,13 @@ DecodedFrame decodeIpv6(ByteCursor cursor) {
   cursor.skip(1);
   std::ranges::copy(cursor.take(16), packet.flow.source.begin());
   std::ranges::copy(cursor.take(16), packet.flow.destination.begin());
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::ipHeader};
   if (length == 0) length = cursor.rest().size();
   limitToPacket(cursor, length, packet);
   for (int headers = 0; isExtensionHeader(packet.protocol); ++headers) {
-    if (headers == kMaxExtensionHeaders) return MalformedFrame{};
+    if (headers == kMaxExtensionHeaders) return MalformedFrame{Undecodable::ipHeader};
     if (!skipExtensionHeader(cursor, packet)) return NotDns{};
-    if (cursor.bad()) return MalformedFrame{};
+    if (cursor.bad()) return MalformedFrame{Undecodable::ipHeader};
   }
   return decodeTransport(cursor, packet);
 }
@@ -184,7 +185,7 @@ DecodedFrame decodeIp(ByteCursor cursor) {
     case 6:
       return decodeIpv6(cursor);
     default:
-      return MalformedFrame{};
+      return MalformedFrame{Undecodable::ipHeader};
   }
 }
 
@@ -193,7 +194,7 @@ DecodedFrame decodePpp(ByteCursor cursor) {
   constexpr std::uint16_t kPppIpv4 = 0x0021;
   constexpr std::uint16_t kPppIpv6 = 0x0057;
   const std::uint16_t protocol = (cursor.peek() & 1) != 0 ? cursor.u8() : cursor.u16();
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::linkHeader};
   if (protocol != kPppIpv4 && protocol != kPppIpv6) return NotDns{};
   return decodeIp(cursor);
 }
@@ -210,7 +211,7 @@ DecodedFrame decodePppoeSession(ByteCursor cursor) {
   const std::uint8_t code = cursor.u8();
   cursor.skip(2);
   const std::uint16_t length = cursor.u16();
-  if (cursor.bad() || versionAndType != 0x11) return MalformedFrame{};
+  if (cursor.bad() || versionAndType != 0x11) return MalformedFrame{Undecodable::linkHeader};
   if (code != 0) return NotDns{};
   cursor.limit(length);
   return decodePpp(cursor);
@@ -222,7 +223,7 @@ DecodedFrame decodeEtherType(std::uint16_t type, ByteCursor cursor) {
     cursor.skip(2);
     type = cursor.u16();
   }
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::linkHeader};
   if (type == kEtherIpv4 || type == kEtherIpv6) return decodeIp(cursor);
   return type == kEtherPppoeSession ? decodePppoeSession(cursor) : NotDns{};
 }
@@ -245,7 +246,7 @@ DecodedFrame decodeLinuxCooked2(ByteCursor cursor) {
 // number for IPv6.
 DecodedFrame decodeLoopback(ByteCursor cursor) {
   std::uint32_t family = cursor.u32();
-  if (cursor.bad()) return MalformedFrame{};
+  if (cursor.bad()) return MalformedFrame{Undecodable::linkHeader};
   if (family > 0xffffff) family = family >> 24;
   const bool isIp = family == 2 || family == 10 || family == 24 || family == 28 || family == 30;
   return isIp ? decodeIp(cursor) : NotDns{};
@@ -277,7 +278,7 @@ DecodedFrame decodeFrame(int linkType, std::span<const std::byte> bytes) {
     case kPppoe:
       return decodePppoeSession(cursor);
     default:
-      return MalformedFrame{};
+      return MalformedFrame{Undecodable::linkType};
   }
 }
 

@@ -5,6 +5,7 @@
 #include <span>
 #include <variant>
 
+#include "capture/Undecodable.h"
 #include "platform/Flow.h"
 
 namespace tovi {
@@ -15,12 +16,16 @@ using platform::Flow;
 struct NotDns {};
 
 /// Headers that contradict themselves or are cut off.
-struct MalformedFrame {};
+struct MalformedFrame {
+  Undecodable reason;
+};
 
 /// What a UDP datagram carries; shorter than it was when fragmentation or the capture cut it.
 struct UdpDatagram {
   Flow flow;
   std::span<const std::byte> payload;
+  /// Whether octets behind `payload` may be missing.
+  bool cut;
 };
 
 struct TcpSegment {

@@ -1,7 +1,7 @@
 #include "capture/PacketHandler.h"
 
 #include <array>
-#include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "capture/AddressText.h"
@@ -40,29 +40,47 @@ struct PacketHandler::State {
 
   void handle(const CapturedFrame& frame) {
     std::visit(Overloaded{[](const NotDns&) {},
-                          [this](const MalformedFrame&) { collaborators.abandoned(); },
+                          [this](const MalformedFrame& malformed) {
+                            collaborators.abandoned(malformed.reason);
+                          },
                           [this](const UdpDatagram& datagram) { handle(datagram); },
                           [&](const TcpSegment& segment) { streams.add(segment, frame.time); }},
                decodeFrame(frame.linkType, frame.bytes));
   }
 
   void handle(const UdpDatagram& datagram) {
-    pass(datagram.flow, datagram.payload, datagram.flow.sourcePort != kDnsPort);
+    const bool isAsked = datagram.flow.sourcePort != kDnsPort;
+    pass(datagram.flow, datagram.payload, {.isAsked = isAsked, .isCut = datagram.cut});
+  }
+
+  /// What is known of a message besides its bytes; over TCP, nothing.
+  struct Datagram {
+    /// Then the process behind it is looked for.
+    bool isAsked = false;
+    bool isCut = false;
+  };
+
+  void pass(const Flow& flow, std::span<const std::byte> bytes, Datagram datagram) noexcept {
+    try {
+      passOn(flow, bytes, datagram.isAsked);
+    } catch (const MalformedDns& error) {
+      collaborators.abandoned(datagram.isCut ? Undecodable::cutShort : error.reason());
+    } catch (const std::out_of_range&) {
+      collaborators.abandoned(Undecodable::recordType);
+    } catch (const std::exception&) {
+      collaborators.abandoned(Undecodable::other);
+    }
   }
 
   /// The process is looked for last, since that takes longest and most of what cannot be passed on
   /// is found out before.
-  void pass(const Flow& flow, std::span<const std::byte> bytes, bool looksUp) noexcept {
-    try {
-      DnsMessage message(bytes);
-      writer.write(message);
-      const auto processes = looksUp ? collaborators.processLookup(flow) : std::string();
-      writer.addProcess(processes);
-      observe(flow, message.header(), processes);
-      collaborators.sink(writer.text());
-    } catch (const std::exception&) {
-      collaborators.abandoned();
-    }
+  void passOn(const Flow& flow, std::span<const std::byte> bytes, bool isAsked) {
+    DnsMessage message(bytes);
+    writer.write(message);
+    const auto processes = isAsked ? collaborators.processLookup(flow) : std::string();
+    writer.addProcess(processes);
+    observe(flow, message.header(), processes);
+    collaborators.sink(writer.text());
   }
 
   void observe(const Flow& flow, const DnsHeader& header, std::string_view processes) {
@@ -79,8 +97,8 @@ struct PacketHandler::State {
   const Collaborators collaborators;
   RecordTextWriter writer;
   TcpReassembler streams{
-      [this](const Flow& flow, std::span<const std::byte> message) { pass(flow, message, false); },
-      [this] { collaborators.abandoned(); }};
+      [this](const Flow& flow, std::span<const std::byte> message) { pass(flow, message, {}); },
+      [this](Undecodable reason) { collaborators.abandoned(reason); }};
 };
 
 PacketHandler::PacketHandler(Collaborators collaborators, std::string dnsServers)

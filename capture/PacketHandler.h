@@ -7,6 +7,7 @@
 
 #include "capture/CapturedFrame.h"
 #include "capture/MessageObserverProtocol.h"
+#include "capture/Undecodable.h"
 #include "platform/Flow.h"
 
 namespace tovi {
@@ -27,8 +28,8 @@ class PacketHandler {
     TextSink sink;
     /// Told of each message before its text is passed on; null for nobody.
     MessageObserverProtocol* observer = nullptr;
-    /// Told of each message or frame that had to be abandoned.
-    std::function<void()> abandoned;
+    /// Told of each message or frame that had to be abandoned, and why.
+    std::function<void(Undecodable)> abandoned;
   };
 
   /// `dnsServers` is the value of the texts' last item.

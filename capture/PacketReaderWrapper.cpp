@@ -132,7 +132,7 @@ std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::strin
                                        },
                                    .observer = observer_,
                                    .abandoned =
-                                       [this] {
+                                       [this](Undecodable) {
                                          tallies_.undecodable.add();
                                          print(stdout, "Error parsing packet ");
                                        }},

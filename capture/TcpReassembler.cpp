@@ -189,7 +189,7 @@ bool TcpReassembler::consume(Stream& stream, std::span<const std::byte> bytes) {
     partial.insert(partial.end(), taken.begin(), taken.end());
     bytes = bytes.subspan(taken.size());
     if (partial.size() == kPrefix && lengthPrefix(partial) < kDnsHeader) {
-      lost_();
+      lost_(Undecodable::tcpLength);
       return false;
     }
     if (partial.size() > kPrefix && wantedBytes(partial) == 0) {
@@ -204,7 +204,7 @@ bool TcpReassembler::consume(Stream& stream, std::span<const std::byte> bytes) {
 bool TcpReassembler::passGap(Stream& stream, std::uint64_t length) {
   const bool lengthKnown = stream.partial.size() >= kPrefix;
   const std::uint64_t known = stream.toSkip + (lengthKnown ? wantedBytes(stream.partial) : 0);
-  if (!stream.partial.empty() || length > known) lost_();
+  if (!stream.partial.empty() || length > known) lost_(Undecodable::tcpGap);
   stream.partial = Bytes();
   stream.toSkip = 0;
   if (length > known) return startAnew(stream) && takeAhead(stream);

@@ -30,10 +30,12 @@ class TcpReassembler {
   static constexpr std::size_t kMaxMemory = std::size_t{8} << 20;
   static constexpr std::chrono::seconds kIdleTime{30};
 
-  /// `message` takes each message in the order of its stream; flow and bytes are borrowed and the
-  /// callback must not throw. `lost` is told of each gap that cost a message.
-  TcpReassembler(std::function<void(const Flow&, std::span<const std::byte>)> message,
-                 std::function<void()> lost)
+  /// Takes each message in the order of its stream; the bytes are borrowed. Must not throw.
+  using MessageSink = std::function<void(const Flow&, std::span<const std::byte>)>;
+  /// Told of each fault that cost a message.
+  using LossSink = std::function<void(Undecodable)>;
+
+  TcpReassembler(MessageSink message, LossSink lost)
       : message_(std::move(message)), lost_(std::move(lost)) {}
 
   void add(const TcpSegment& segment, Time time);
@@ -77,8 +79,8 @@ class TcpReassembler {
   bool passGap(Stream& stream, std::uint64_t length);
   bool startAnew(Stream& stream);
 
-  const std::function<void(const Flow&, std::span<const std::byte>)> message_;
-  const std::function<void()> lost_;
+  const MessageSink message_;
+  const LossSink lost_;
   /// The least recently used first.
   Streams streams_;
   std::map<Flow, Streams::iterator> index_;

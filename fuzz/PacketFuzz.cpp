@@ -164,7 +164,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   PacketHandler handler({.processLookup = [](const auto&) { return std::string(fuzz::kProcesses); },
                          .sink = [&](std::string_view text) { checkText(text); },
                          .observer = &checkObserved,
-                         .abandoned = [] {}},
+                         .abandoned = [](Undecodable) {}},
                         std::string(fuzz::kDnsServers));
   ByteCursor cursor(std::as_bytes(std::span(data, size)));
   const int linkType = fuzz::kLinkTypes[cursor.u8() % fuzz::kLinkTypes.size()];

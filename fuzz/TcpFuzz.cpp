@@ -25,11 +25,11 @@ void sendHostile(ByteCursor input) {
   std::size_t sent = 0;
   std::size_t told = 0;
   TcpReassembler streams(
-      [&](const auto&, std::span<const std::byte> message) {
+      [&](const Flow&, std::span<const std::byte> message) {
         require(message.size() >= kDnsHeader);
         told += 2 + message.size();
       },
-      [] {});
+      [](Undecodable) {});
   TcpReassembler::Time time;
   while (!input.rest().empty()) {
     TcpSegment segment{};
@@ -120,8 +120,8 @@ class SoundStream {
   std::vector<Bytes> told_;
   int lost_ = 0;
   TcpReassembler streams_{
-      [this](const auto&, std::span<const std::byte> message) { told_.push_back(copyOf(message)); },
-      [this] { ++lost_; }};
+      [this](const Flow&, std::span<const std::byte> message) { told_.push_back(copyOf(message)); },
+      [this](Undecodable) { ++lost_; }};
 };
 
 }  // namespace

@@ -68,7 +68,7 @@ class Report {
   tovi::PacketHandler handler_{
       {.processLookup = [this](const auto& flow) { return timedLookup(flow); },
        .sink = [this](std::string_view text) { asked_ = between(text, ",query0!", ";"); },
-       .abandoned = [] {}},
+       .abandoned = [](tovi::Undecodable) {}},
       ""};
 };
 

@@ -91,7 +91,8 @@ class WholePath {
   PacketHandler handler_{
       {.processLookup = [](const auto&) { return std::string(); },
        .sink = [this](std::string_view text) { builder_.feed(text); },
-       .abandoned = [] { throw std::logic_error("made-up traffic that cannot be decoded"); }},
+       .abandoned =
+           [](Undecodable) { throw std::logic_error("made-up traffic that cannot be decoded"); }},
       "192.0.2.53"};
 };
 

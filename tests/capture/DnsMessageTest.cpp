@@ -74,23 +74,33 @@ TEST(DnsMessageTest, MalformedMessagesAreAbandoned) {
   const std::string label = counted(std::string(63, 'n'));
   const std::string good = dnsMessage(1, 0, {asked}, {record(1, "\1\2\3\4")});
   std::string pointers = "\1a"s + '\0';
-  for (unsigned at = 14; at < 60; at += 2) pointers += u16(0xc000 | at);
-  const std::pair<const char*, std::string> cases[] = {
-      {"chain of pointers", dnsMessage(1, 0, {pointers})},
-      {"short header", good.substr(0, 11)},
-      {"pointer to itself", dnsMessage(1, 0, {"\xc0\x0c" + type})},
-      {"pointer loop", dnsMessage(1, 0, {"\1a\xc0\x0c" + type, "\xc0\x10" + type})},
-      {"forward pointer", dnsMessage(1, 0, {"\xc0\x12" + type, asked})},
-      {"name of 257 octets", dnsMessage(1, 0, {label + label + label + label + '\0' + type})},
-      {"reserved label type", dnsMessage(1, 0, {"\x41" + dnsName("a") + type})},
-      {"more questions claimed", u32(1 << 16) + u16(9) + good.substr(6)},
-      {"more answers claimed", u32(1 << 16) + u16(1) + u16(9) + good.substr(8)},
-      {"cut question", good.substr(0, 12 + asked.size() - 1)},
-      {"cut record", good.substr(0, good.size() - 1)},
-      {"question of type 65", dnsMessage(1, 0, {question("a", 65)})},
-      {"answer of type 52", dnsMessage(1, 0, {asked}, {record(1, "\1\2\3\4"), record(52, "abc")})},
+  for (unsigned at = 13; at < 60; at += 2) pointers += u16(0xc000 | at);
+  const std::tuple<const char*, std::string, Undecodable> cases[] = {
+      {"chain of pointers", dnsMessage(1, 0, {pointers}), Undecodable::pointerChain},
+      {"short header", good.substr(0, 11), Undecodable::dnsHeader},
+      {"pointer to itself", dnsMessage(1, 0, {"\xc0\x0c" + type}), Undecodable::question},
+      {"pointer loop", dnsMessage(1, 0, {"\1a\xc0\x0c" + type, "\xc0\x10" + type}),
+       Undecodable::question},
+      {"forward pointer", dnsMessage(1, 0, {"\xc0\x12" + type, asked}), Undecodable::question},
+      {"name of 257 octets", dnsMessage(1, 0, {label + label + label + label + '\0' + type}),
+       Undecodable::question},
+      {"reserved label type", dnsMessage(1, 0, {"\x41" + dnsName("a") + type}),
+       Undecodable::question},
+      {"more questions claimed", u32(1 << 16) + u16(9) + good.substr(6), Undecodable::question},
+      {"more answers claimed", u32(1 << 16) + u16(1) + u16(9) + good.substr(8),
+       Undecodable::record},
+      {"cut question", good.substr(0, 12 + asked.size() - 1), Undecodable::question},
+      {"cut record", good.substr(0, good.size() - 1), Undecodable::record},
+      {"question of type 65", dnsMessage(1, 0, {question("a", 65)}), Undecodable::recordType},
+      {"answer of type 52", dnsMessage(1, 0, {asked}, {record(1, "\1\2\3\4"), record(52, "abc")}),
+       Undecodable::recordType},
   };
-  for (const auto& [name, message] : cases) EXPECT_EQ(textOf(message), std::nullopt) << name;
+  for (const auto& [name, message, reason] : cases) {
+    HandlerRecorder recorder;
+    recorder.give(101, ipv4(udp(message, 53, 40000)));
+    EXPECT_TRUE(recorder.texts.empty()) << name;
+    EXPECT_EQ(recorder.abandoned, std::vector{reason}) << name;
+  }
   EXPECT_TRUE(
       textOf(dnsMessage(1, 0, {label + label + label + dnsName(std::string(61, 'n')) + type}) +
              "rubbish"));

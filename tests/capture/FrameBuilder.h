@@ -103,7 +103,7 @@ struct HandlerRecorder : MessageObserverProtocol {
 
   std::vector<std::string> texts;
   std::vector<std::string> observed;
-  int abandoned = 0;
+  std::vector<Undecodable> abandoned;
   std::string processes;
   std::vector<unsigned> portsLookedUp;
   PacketHandler handler{{.processLookup =
@@ -113,7 +113,7 @@ struct HandlerRecorder : MessageObserverProtocol {
                              },
                          .sink = [this](std::string_view text) { texts.emplace_back(text); },
                          .observer = this,
-                         .abandoned = [this] { ++abandoned; }},
+                         .abandoned = [this](Undecodable reason) { abandoned.push_back(reason); }},
                         "192.168.1.1"};
 };
 

@@ -41,7 +41,7 @@ class Streams {
 
   std::string messages;
   std::size_t count = 0;
-  int lost = 0;
+  std::vector<Undecodable> lost;
 
  private:
   void take(std::span<const std::byte> bytes) {
@@ -50,17 +50,19 @@ class Streams {
     messages.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
 
-  TcpReassembler streams_{[this](const auto&, auto bytes) { take(bytes); }, [this] { ++lost; }};
+  TcpReassembler streams_{[this](const Flow&, auto bytes) { take(bytes); },
+                          [this](Undecodable reason) { lost.push_back(reason); }};
 };
 
 TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {
   const std::string a = framed(1), b = framed(2), c = framed(3, 500), stream = a + b + c;
   const Segment syn = at(99, "", kSyn), front = at(100, a.substr(0, 20));
+  using enum Undecodable;
   const struct {
     const char* name;
     std::vector<Segment> segments;
     std::string messages;
-    int lost = 0;
+    std::vector<Undecodable> lost = {};
   } cases[] = {
       {"out of order, first come counts",
        {syn, at(130, stream.substr(30, 20)), at(110, stream.substr(10, 30)), at(120, "?????????"),
@@ -69,9 +71,12 @@ TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {
       {"begins in its middle",
        {at(140, c.substr(40)), at(602, a + b.substr(0, 30)), at(674, b.substr(30))},
        a + b},
-      {"cut by the capture", {syn, {100, stream.substr(0, 100), 0, 486}, at(686, a)}, a + b + a, 1},
-      {"cut across a message", {syn, {100, a.substr(0, 20), 0, 30}, at(151, c)}, c, 1},
-      {"length below a header", {syn, at(100, std::string(99, '\0')), at(199, b)}, b, 1},
+      {"cut by the capture",
+       {syn, {100, stream.substr(0, 100), 0, 486}, at(686, a)},
+       a + b + a,
+       {tcpGap}},
+      {"cut across a message", {syn, {100, a.substr(0, 20), 0, 30}, at(151, c)}, c, {tcpGap}},
+      {"length below a header", {syn, at(100, std::string(99, '\0')), at(199, b)}, b, {tcpLength}},
       {"reset", {syn, front, at(120, "", kRst), at(120, a.substr(20)), at(200, b)}, b},
       {"same ports again", {syn, front, at(4999, "", kSyn), at(5000, b)}, b},
       {"idle", {syn, front, {120, a.substr(20), 0, 0, 31}}, ""}};
@@ -101,7 +106,7 @@ TEST(TcpReassemblerTest, LostSegmentIsPassedOverOnceTooMuchWaits) {
     streams.give(at(99, framed(1, 60000).substr(0, 1000), kSyn));
     for (unsigned i = 0; i < 70; ++i) streams.give(at(62102 + i * (size + 2), framed(i, size)));
     EXPECT_EQ(streams.count, 70U) << size;
-    EXPECT_EQ(streams.lost, 1) << size;
+    EXPECT_EQ(streams.lost, std::vector{Undecodable::tcpGap}) << size;
   }
 }
 

@@ -87,7 +87,7 @@ void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
 PacketHandler Replay::makeHandler() {
   return PacketHandler({.processLookup = [](const auto&) { return std::string(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
-                        .abandoned = [this] { noteFailure(); }},
+                        .abandoned = [this](Undecodable) { noteFailure(); }},
                        "");
 }
 
