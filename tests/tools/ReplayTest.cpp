@@ -110,11 +110,26 @@ TEST_F(Replay, QuietWritesOnlyTheSummary) {
   EXPECT_EQ(output(), "");
 }
 
+TEST_F(Replay, ReportTakesThePlaceOfNothingButAPage) {
+  EXPECT_EQ(replay("--report a.html %s"), 0) << errors();
+  EXPECT_EQ(output(), "");
+  EXPECT_EQ(replay("--report a.html --repetition-interval 2 --quiet %s"), 0) << errors();
+  const auto page = readFile(directory_ / "a.html");
+  EXPECT_TRUE(page.starts_with("<!doctype html>\n<html"));
+  EXPECT_EQ(replay("--report - --repetition-interval 2 --quiet %s"), 0);
+  EXPECT_EQ(output(), page + "\n");
+  for (const char* place : {"a.pcap", "no-such/a.html", ".", "/dev/null", "/dev/full"}) {
+    EXPECT_EQ(replay("--report "s + place + " %s"), 1) << place;
+    EXPECT_NE(errors().find("tovi-replay: "s + place + ": "), std::string::npos) << errors();
+  }
+  EXPECT_EQ(readFile(directory_ / "a.pcap"), capture_.bytes);
+}
+
 TEST_F(Replay, WrongCommandLineIsAUsageError) {
   for (const char* arguments :
-       {"", "--nothing %s", "--records --events %s", "--store", "--batch-size 0 %s",
-        "--repetition-interval -1 %s", "--format elastic %s", "--format ecs --records %s",
-        "--repetition-interval nan %s"}) {
+       {"", "--nothing %s", "--records --events %s", "--report a.html --events %s", "--store",
+        "--batch-size 0 %s", "--repetition-interval -1 %s", "--format elastic %s",
+        "--format ecs --records %s", "--repetition-interval nan %s"}) {
     EXPECT_EQ(replay(arguments), 2) << arguments;
     EXPECT_EQ(output(), "");
   }

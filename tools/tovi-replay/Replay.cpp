@@ -6,7 +6,10 @@
 
 #include "capture/CaptureFile.h"
 #include "tools/tovi-replay/BatchStore.h"
+#include "tools/tovi-replay/EventCounter.h"
 #include "tools/tovi-replay/EventPrinter.h"
+#include "tools/tovi-replay/report/ReportFile.h"
+#include "tools/tovi-replay/report/ReportPage.h"
 
 namespace tovi::replay {
 namespace {
@@ -27,7 +30,8 @@ std::uint64_t totalBytes(const std::vector<std::filesystem::path>& files) {
 }
 
 bool showsProgress(const ReplayOptions& options) {
-  return !options.quiet && isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
+  return !options.quiet && isatty(STDERR_FILENO) == 1 &&
+         (isatty(STDOUT_FILENO) == 0 || !options.prints());
 }
 
 ToviDNSMessageBuilder::Domains undesiredDomains(const std::string& collectorHost) {
@@ -39,7 +43,7 @@ ToviDNSMessageBuilder::Domains undesiredDomains(const std::string& collectorHost
 
 Replay::Replay(ReplayOptions options)
     : options_(std::move(options)),
-      output_(options_.quiet),
+      output_(!options_.prints()),
       progress_(totalBytes(options_.files), showsProgress(options_)),
       log_([this](std::string_view line) {
         if (!options_.quiet) complain(line);
@@ -53,6 +57,11 @@ std::unique_ptr<EventDestination> Replay::makeDestination() {
   if (options_.output() == ReplayOptions::Output::store) {
     return std::make_unique<BatchStore>(options_, counts_, clock_);
   }
+  if (options_.output() == ReplayOptions::Output::report) {
+    if (!options_.reportsToStandardOutput()) checkReportFile(options_.reportFile);
+    return std::make_unique<EventCounter>(figures_.emplace(), counts_, clock_,
+                                          options_.repetitionInterval);
+  }
   return std::make_unique<EventPrinter>(output_, counts_, clock_, options_.format,
                                         options_.repetitionInterval);
 }
@@ -63,7 +72,8 @@ bool Replay::run() {
     if (output_.failure() == 0) isWhole = replayFile(file) && isWhole;
   }
   destination_->finish();
-  return finishOutput() && isWhole && !log_.sawFailure();
+  const bool isReported = !figures_ || finishReport();
+  return finishOutput() && isReported && isWhole && !log_.sawFailure();
 }
 
 bool Replay::replayFile(const std::filesystem::path& file) try {
@@ -73,6 +83,7 @@ bool Replay::replayFile(const std::filesystem::path& file) try {
   while (output_.failure() == 0 && capture.next(frame)) replayFrame(handler, frame);
   return true;
 } catch (const CaptureFileError& error) {
+  if (figures_) figures_->addFault(error.what());
   complain(error.what());
   return false;
 }
@@ -80,6 +91,7 @@ bool Replay::replayFile(const std::filesystem::path& file) try {
 void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
   clock_.set(frame.time);
   if (counts_.packets++ == 0) destination_->begin();
+  if (figures_) figures_->addPacket(clock_.now());
   handler.onPacketArrives(frame);
   progress_.advance(frame.bytes.size());
 }
@@ -87,7 +99,8 @@ void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
 PacketHandler Replay::makeHandler() {
   return PacketHandler({.processLookup = [](const auto&) { return std::string(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
-                        .abandoned = [this](Undecodable) { noteFailure(); }},
+                        .observer = figures_ ? &*figures_ : nullptr,
+                        .abandoned = [this](Undecodable reason) { noteFailure(reason); }},
                        "");
 }
 
@@ -100,11 +113,28 @@ void Replay::takeRecord(std::string_view recordText) {
   }
 }
 
-void Replay::noteFailure() {
+void Replay::noteFailure(Undecodable reason) {
   ++counts_.failures;
+  if (figures_) figures_->addUndecodable(reason);
   if (options_.quiet) return;
   progress_.clear();
   std::fputs("Error parsing packet \n", stderr);
+}
+
+bool Replay::finishReport() try {
+  const auto page = reportPage(*figures_, {.files = options_.files,
+                                           .version = TOVI_VERSION,
+                                           .repetitionInterval = options_.repetitionInterval,
+                                           .repetitions = counts_.repetitions});
+  if (options_.reportsToStandardOutput()) {
+    output_.writeLine(page);
+  } else {
+    writeReportFile(options_.reportFile, page);
+  }
+  return true;
+} catch (const std::exception& error) {
+  complain(error.what());
+  return false;
 }
 
 bool Replay::finishOutput() {

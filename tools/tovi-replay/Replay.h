@@ -14,13 +14,15 @@
 #include "tools/tovi-replay/ReplayCounts.h"
 #include "tools/tovi-replay/ReplayHost.h"
 #include "tools/tovi-replay/ReplayOptions.h"
+#include "tools/tovi-replay/report/ReportFigures.h"
 
 namespace tovi::replay {
 
 /// Runs capture files through capture, events and, for a store, pipeline. One thread.
 class Replay {
  public:
-  /// Opens the store, if one is asked for; throws std::exception when that cannot be done.
+  /// Opens the store, if one is asked for, and looks whether a report can be written; throws
+  /// std::exception when that cannot be done.
   explicit Replay(ReplayOptions options);
 
   /// True when every file was read to its end and everything was written. What went wrong stands on
@@ -34,7 +36,8 @@ class Replay {
   void replayFrame(PacketHandler& handler, const CapturedFrame& frame);
   PacketHandler makeHandler();
   void takeRecord(std::string_view recordText);
-  void noteFailure();
+  void noteFailure(Undecodable reason);
+  bool finishReport();
   bool finishOutput();
   void complain(std::string_view line);
 
@@ -46,6 +49,8 @@ class Replay {
   LineOutput output_;
   Progress progress_;
   LogPrinter log_;
+  /// With --report.
+  std::optional<ReportFigures> figures_;
   std::unique_ptr<EventDestination> destination_;
   DNSMessageContainer container_;
   ToviDNSMessageBuilder builder_;

@@ -14,6 +14,7 @@ enum Option {
   kEvents,
   kFormat,
   kStore,
+  kReport,
   kInterval,
   kBatchSize,
   kCollector,
@@ -25,6 +26,7 @@ constexpr option kOptions[] = {
     {"events", no_argument, nullptr, kEvents},
     {"format", required_argument, nullptr, kFormat},
     {"store", required_argument, nullptr, kStore},
+    {"report", required_argument, nullptr, kReport},
     {"repetition-interval", required_argument, nullptr, kInterval},
     {"batch-size", required_argument, nullptr, kBatchSize},
     {"collector-host", required_argument, nullptr, kCollector},
@@ -58,7 +60,7 @@ formats::EventFormat formatFrom(std::string_view text) try {
 
 void choose(ReplayOptions& options, ReplayOptions::Output output) {
   if (options.chosenOutput && options.chosenOutput != output) {
-    throw UsageError("--records, --events and --store exclude each other");
+    throw UsageError("--records, --events, --store and --report exclude each other");
   }
   options.chosenOutput = output;
 }
@@ -77,6 +79,9 @@ void apply(ReplayOptions& options, int choice) {
     case kStore:
       options.storeDirectory = optarg;
       return choose(options, Output::store);
+    case kReport:
+      options.reportFile = optarg;
+      return choose(options, Output::report);
     case kInterval:
       options.repetitionInterval = secondsFrom(optarg);
       return;
@@ -123,9 +128,9 @@ const char* const kHelpText = R"(NAME
   tovi-replay - run capture files through the DNS event daemon's own code
 
 SYNOPSIS
-  tovi-replay [--records | --events | --store DIR] [--format FORMAT]
-              [--repetition-interval S] [--batch-size N] [--collector-host NAME]
-              [--quiet] FILE...
+  tovi-replay [--records | --events | --store DIR | --report OUT.html]
+              [--format FORMAT] [--repetition-interval S] [--batch-size N]
+              [--collector-host NAME] [--quiet] FILE...
   tovi-replay --help | --version
 
 DESCRIPTION
@@ -141,7 +146,7 @@ DESCRIPTION
 
   Standard output carries the data alone. Standard error carries the line
   "Error parsing packet " for each message that had to be abandoned, a
-  progress bar when it is a terminal and standard output is none, and at the
+  progress bar when it is a terminal and no data comes on one, and at the
   end a summary: packets, DNS messages, failures, events, repetitions,
   batches, elapsed time and packets a second.
 
@@ -169,9 +174,18 @@ OPTIONS
       the key that seals them in "keychain". Batches are added to those of
       earlier runs. A store that is damaged is left as it is, and the run fails.
 
+  --report OUT.html
+      Print nothing, but write one page about all the files together: what
+      happened when, the names, record types and response codes, how long
+      answers took, and what could not be decoded and why. The page is for any
+      browser, needs no network and holds no script. Its events are those that
+      --events would print. OUT.html is replaced at once or not at all, and
+      only when it is a page or empty; "-" stands for standard output.
+
   --repetition-interval S
       Report a name again only when S seconds have passed since it was last
-      reported. Without this option --events prints repetitions too.
+      reported. Without this option --events prints repetitions too,
+      and --report counts them.
 
   --batch-size N
       With --store: close a batch at N events. Default: 20.
@@ -182,7 +196,7 @@ OPTIONS
 
   -q, --quiet
       Do all the work but write nothing except the summary and the errors
-      that concern whole files. For measuring.
+      that concern whole files. For measuring. A report is still written.
 
   -h, --help
       Print this text.
@@ -203,6 +217,9 @@ EXAMPLES
 
   What would the daemon have reported?
       tovi-replay --repetition-interval 300 monday.pcap tuesday.pcap
+
+  What is in this capture?
+      tovi-replay --report trace.html trace.pcapng
 
   How fast is it?
       tovi-replay --quiet trace.pcap

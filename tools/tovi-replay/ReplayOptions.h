@@ -24,12 +24,13 @@ inline constexpr std::int64_t kRememberedNames = 10000;
 
 struct ReplayOptions {
   enum class Task { replay, showHelp, showVersion };
-  enum class Output { records, events, store };
+  enum class Output { records, events, store, report };
 
   Task task = Task::replay;
   std::optional<Output> chosenOutput;
   formats::EventFormat format = formats::EventFormat::tovi;
   std::filesystem::path storeDirectory;
+  std::filesystem::path reportFile;
   /// Seconds.
   std::optional<double> repetitionInterval;
   std::int64_t batchSize = MessagePacker::kDefaultBatchSize;
@@ -38,6 +39,12 @@ struct ReplayOptions {
   std::vector<std::filesystem::path> files;
 
   Output output() const { return chosenOutput.value_or(Output::events); }
+  bool reportsToStandardOutput() const { return reportFile == "-"; }
+  /// Whether standard output carries anything.
+  bool prints() const {
+    if (output() == Output::report) return reportsToStandardOutput();
+    return output() != Output::store && !quiet;
+  }
 };
 
 /// Throws UsageError.

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace tovi::replay {
+
+/// Throws std::runtime_error when a report must not take the place of what is there: anything but
+/// an empty file or a page. So a capture named by mistake is not lost.
+void checkReportFile(const std::filesystem::path& file);
+
+/// Replaces the file at once or not at all; where a link stands, what it leads to. Throws
+/// std::exception, its text naming the file.
+void writeReportFile(const std::filesystem::path& file, std::string_view page);
+
+}  // namespace tovi::replay
