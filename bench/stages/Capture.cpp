@@ -57,7 +57,7 @@ static void frameToRecordText(benchmark::State& state) {
   PacketHandler handler({.processLookup = [](const auto&) { return std::string(kProcesses); },
                          .sink = [](std::string_view text) { benchmark::DoNotOptimize(text); },
                          .observer = state.range(0) == 0 ? nullptr : &activity,
-                         .abandoned = [] {}},
+                         .abandoned = [](Undecodable) {}},
                         "192.0.2.53");
   Measurement measurement(state, "packet", frames.size());
   for (auto pass : state) {
