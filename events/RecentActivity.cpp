@@ -53,10 +53,11 @@ RecentActivity::Summary RecentActivity::summary() const {
   return summary;
 }
 
-std::vector<RecentActivity::Entry> RecentActivity::top(TopCounts Slot::*kind) const {
+std::vector<RecentActivity::Entry> RecentActivity::top(BoundedCounts Slot::*kind) const {
   std::unordered_map<std::string, std::uint64_t> counts;
   for (const auto& slot : slots_) {
-    if (isRecent(slot)) (slot.*kind).addTo(counts);
+    if (!isRecent(slot)) continue;
+    for (const auto& entry : (slot.*kind).top(kRoom.texts)) counts[entry.text] += entry.least;
   }
   std::vector<Entry> entries;
   for (const auto& [name, count] : counts) entries.push_back({name, count});
@@ -77,12 +78,7 @@ bool RecentActivity::isRecent(const Slot& slot) const {
 RecentActivity::Slot& RecentActivity::currentSlot() {
   const auto number = currentNumber();
   auto& slot = slots_[static_cast<std::uint64_t>(number) % kSlots];
-  if (slot.number == number) return slot;
-  slot.number = number;
-  slot.queries = 0;
-  for (auto* counts : {&slot.names, &slot.processes, &slot.failures, &slot.resolvers}) {
-    counts->clear();
-  }
+  if (slot.number != number) slot = {.number = number};
   return slot;
 }
 

@@ -9,7 +9,7 @@
 
 #include "capture/MessageObserverProtocol.h"
 #include "core/TimeProviderProtocol.h"
-#include "events/TopCounts.h"
+#include "events/BoundedCounts.h"
 
 namespace tovi {
 
@@ -51,23 +51,23 @@ class RecentActivity : public MessageObserverProtocol {
  private:
   static constexpr std::chrono::seconds kSlotTime{10};
   static constexpr std::size_t kSlots = kWindow / kSlotTime;
-  static constexpr std::size_t kKeptPerSlot = 128;
+  static constexpr BoundedCounts::Room kRoom{.texts = 256, .bytes = 16 * 1024};
 
   struct Slot {
     /// Since the epoch, in units of kSlotTime.
     std::int64_t number = -1;
     std::uint64_t queries = 0;
-    TopCounts names{kKeptPerSlot};
-    TopCounts processes{kKeptPerSlot};
-    TopCounts failures{kKeptPerSlot};
-    TopCounts resolvers{kKeptPerSlot};
+    BoundedCounts names{kRoom};
+    BoundedCounts processes{kRoom};
+    BoundedCounts failures{kRoom};
+    BoundedCounts resolvers{kRoom};
   };
 
   std::int64_t currentNumber() const;
   Slot& currentSlot();
   static void addQuery(Slot& slot, const ObservedMessage& message, const std::string& process);
   static void addResponse(Slot& slot, const ObservedMessage& message);
-  std::vector<Entry> top(TopCounts Slot::*kind) const;
+  std::vector<Entry> top(BoundedCounts Slot::*kind) const;
   bool isRecent(const Slot& slot) const;
 
   const TimeProviderProtocol& timeProvider_;

@@ -175,8 +175,8 @@ Json actor(const EventProcess& process) {
   return actor;
 }
 
-/// The host, which is taken for the asker. The class demands one of the two ends, so what is unknown
-/// is said to be.
+/// The host, which is taken for the asker. The class demands one of the two ends, so what is
+/// unknown is said to be.
 Json sourceEndpoint(const ToviDNSEvent& event) {
   auto source = endpoint(event);
   if (source.empty()) source["name"] = "unknown";

@@ -11,7 +11,7 @@
 #include "capture/Undecodable.h"
 #include "events/ToviDNSEvent.h"
 #include "tools/tovi-replay/report/AnswerTimes.h"
-#include "tools/tovi-replay/report/BoundedCounts.h"
+#include "events/BoundedCounts.h"
 #include "tools/tovi-replay/report/ExchangeMatcher.h"
 #include "tools/tovi-replay/report/Timeline.h"
 

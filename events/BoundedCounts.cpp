@@ -1,8 +1,8 @@
-#include "tools/tovi-replay/report/BoundedCounts.h"
+#include "events/BoundedCounts.h"
 
 #include <algorithm>
 
-namespace tovi::replay {
+namespace tovi {
 
 void BoundedCounts::add(std::string_view text) {
   ++total_;
@@ -49,4 +49,4 @@ std::vector<BoundedCounts::Entry> BoundedCounts::top(std::size_t count) const {
   return entries;
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi

@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tovi::replay {
+namespace tovi {
 
 /// How often each text was added, in bounded memory: exact until the room is full, then bounds. A
 /// full room gives up its rarer half, and a text that comes later may have been among them, so it
@@ -56,11 +56,11 @@ class BoundedCounts {
   bool isFull() const { return counts_.size() >= room_.texts || bytes_ >= room_.bytes; }
   void giveUpHalf();
 
-  const Room room_;
+  Room room_;
   Counts counts_;
   std::size_t bytes_ = 0;
   std::uint64_t total_ = 0;
   std::uint64_t mostForgotten_ = 0;
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi
