@@ -60,7 +60,8 @@ struct ServiceInterface {
 
 class ServiceError : public std::runtime_error {
  public:
-  enum Kind { Failed, NotRunning, AccessDenied };
+  /// `NotOffered`: the service runs, but has no such interface or method.
+  enum Kind { Failed, NotRunning, AccessDenied, NotOffered };
   ServiceError(Kind errorKind, const std::string& text)
       : std::runtime_error(text), kind(errorKind) {}
   Kind kind;
@@ -86,19 +87,25 @@ class ServiceBus {
   std::unique_ptr<Native> native_;
 };
 
-/// The other end: calls the methods of a service. One thread at a time.
+/// Whether a call may make the bus start a service that does not run.
+enum class ServiceStart { OnCall, Never };
+
+/// The other end: calls the methods of a service's object, over one connection. One thread at a
+/// time.
 class ServiceClient {
  public:
   /// Throws ServiceError when there is no bus.
-  ServiceClient(std::string serviceName, std::string objectPath, std::string interfaceName);
+  ServiceClient(std::string serviceName, std::string objectPath,
+                ServiceStart start = ServiceStart::OnCall);
   ~ServiceClient();
   ServiceClient(ServiceClient&&) noexcept;
   ServiceClient& operator=(ServiceClient&&) noexcept;
 
   /// Blocks until the answer is there, and returns results of the types in `results`. Throws
   /// ServiceError: `NotRunning` when nobody owns the service's name, `AccessDenied` when the bus's
-  /// policy refuses, `Failed` for all else.
-  ServiceParameters call(const std::string& method, const ServiceParameters& arguments,
+  /// policy refuses, `NotOffered` when the object lacks the method, `Failed` for all else.
+  ServiceParameters call(const std::string& interfaceName, const std::string& method,
+                         const ServiceParameters& arguments,
                          const std::vector<ServiceType>& results);
 
  private:

@@ -32,6 +32,9 @@ ServiceError serviceError(const sd_bus_error& error, const std::string& serviceN
     return {ServiceError::NotRunning, "the service " + serviceName + " is not running"};
   }
   if (name == SD_BUS_ERROR_ACCESS_DENIED) return {ServiceError::AccessDenied, text};
+  if (name == SD_BUS_ERROR_UNKNOWN_INTERFACE || name == SD_BUS_ERROR_UNKNOWN_METHOD) {
+    return {ServiceError::NotOffered, text};
+  }
   return {ServiceError::Failed, text};
 }
 
@@ -51,16 +54,19 @@ BusHandle<sd_bus> openServiceBus() {
 struct ServiceClient::Native {
   std::string serviceName;
   std::string objectPath;
-  std::string interfaceName;
+  ServiceStart start;
   BusHandle<sd_bus> bus = openServiceBus();
 
-  BusHandle<sd_bus_message> newCall(const std::string& method) const {
+  BusHandle<sd_bus_message> newCall(const std::string& interfaceName,
+                                    const std::string& method) const {
     sd_bus_message* call = nullptr;
     checkSystemd(
         sd_bus_message_new_method_call(bus.get(), &call, serviceName.c_str(), objectPath.c_str(),
                                        interfaceName.c_str(), method.c_str()),
         method);
-    return BusHandle<sd_bus_message>(call);
+    BusHandle<sd_bus_message> owned(call);
+    checkSystemd(sd_bus_message_set_auto_start(call, start == ServiceStart::OnCall), method);
+    return owned;
   }
 
   BusHandle<sd_bus_message> send(const BusHandle<sd_bus_message>& call) const {
@@ -73,19 +79,19 @@ struct ServiceClient::Native {
   }
 };
 
-ServiceClient::ServiceClient(std::string serviceName, std::string objectPath,
-                             std::string interfaceName)
-    : native_(std::make_unique<Native>(
-          Native{std::move(serviceName), std::move(objectPath), std::move(interfaceName)})) {}
+ServiceClient::ServiceClient(std::string serviceName, std::string objectPath, ServiceStart start)
+    : native_(
+          std::make_unique<Native>(Native{std::move(serviceName), std::move(objectPath), start})) {}
 
 ServiceClient::~ServiceClient() = default;
 ServiceClient::ServiceClient(ServiceClient&&) noexcept = default;
 ServiceClient& ServiceClient::operator=(ServiceClient&&) noexcept = default;
 
-ServiceParameters ServiceClient::call(const std::string& method, const ServiceParameters& arguments,
+ServiceParameters ServiceClient::call(const std::string& interfaceName, const std::string& method,
+                                      const ServiceParameters& arguments,
                                       const std::vector<ServiceType>& results) {
   try {
-    const auto call = native_->newCall(method);
+    const auto call = native_->newCall(interfaceName, method);
     appendParameters(call.get(), arguments);
     return readParameters(native_->send(call).get(), results);
   } catch (const MessageTypeError& fault) {

@@ -96,14 +96,14 @@ class DaemonTest : public testing::Test {
   template <typename Result, std::size_t index = 0>
   Result call(const std::string& method, const platform::ServiceParameters& arguments,
               const std::vector<platform::ServiceType>& results) {
-    platform::ServiceClient client("io.tovi.ToviAgentXPC", "/io/tovi/ToviAgentXPC",
-                                   "io.tovi.ToviAgentXPCProtocol");
-    return std::get<Result>(client.call(method, arguments, results)[index]);
+    platform::ServiceClient client("io.tovi.ToviAgentXPC", "/io/tovi/ToviAgentXPC");
+    return std::get<Result>(
+        client.call("io.tovi.ToviAgentXPCProtocol", method, arguments, results)[index]);
   }
   Settings statistics(const std::string& method) {
-    platform::ServiceClient client("io.tovi.ToviAgentXPC", "/io/tovi/ToviAgentXPC",
-                                   "io.tovi.ToviStatistics");
-    return std::get<Settings>(client.call(method, {}, {ServiceType::Settings})[0]);
+    platform::ServiceClient client("io.tovi.ToviAgentXPC", "/io/tovi/ToviAgentXPC");
+    return std::get<Settings>(
+        client.call("io.tovi.ToviStatistics", method, {}, {ServiceType::Settings})[0]);
   }
   Settings settings() { return call<Settings>("GetAgentSettings", {}, {ServiceType::Settings}); }
   bool answers() try {

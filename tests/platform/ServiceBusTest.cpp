@@ -24,7 +24,7 @@ using OptionalString = std::optional<std::string>;
 
 ServiceParameters call(const std::string& method, const ServiceParameters& arguments,
                        const std::vector<ServiceType>& results) {
-  return ServiceClient(kName, kPath, kInterface).call(method, arguments, results);
+  return ServiceClient(kName, kPath).call(kInterface, method, arguments, results);
 }
 
 // The kind and the text of the call's failure; "done" without one.
@@ -33,7 +33,7 @@ std::string outcome(const std::string& method, const ServiceParameters& argument
   call(method, arguments, results);
   return "done";
 } catch (const ServiceError& error) {
-  const char* const kinds[] = {"failed", "not running", "denied"};
+  const char* const kinds[] = {"failed", "not running", "denied", "not offered"};
   return std::string(kinds[error.kind]) + ": " + error.what();
 }
 
@@ -141,6 +141,7 @@ TEST_F(ServiceBusTest, ArgumentsOfOtherTypesGetABusError) {
 
 TEST_F(ServiceBusTest, FailuresReachTheCaller) {
   EXPECT_EQ(outcome("Fail"), "failed: it cannot be");
+  EXPECT_TRUE(outcome("Unknown").starts_with("not offered: "));
   EXPECT_EQ(outcome("Who", {}, {Bool}), "failed: Who: the message should hold \"b\"");
   EXPECT_EQ(outcome("Echo", {std::string("a\0z", 3)}),
             "failed: Echo: a text that holds NUL: Invalid argument");
@@ -151,15 +152,16 @@ TEST_F(ServiceBusTest, FailuresReachTheCaller) {
 }
 
 TEST_F(ServiceBusTest, InterfacesOfOneObjectAreApart) {
-  ServiceClient other(kName, kPath, kOtherInterface);
-  EXPECT_EQ(std::get<std::string>(other.call("Who", {}, {Text})[0]), "the other's");
-  EXPECT_THROW(other.call("Quit", {}, {}), ServiceError);
+  ServiceClient other(kName, kPath);
+  EXPECT_EQ(std::get<std::string>(other.call(kOtherInterface, "Who", {}, {Text})[0]),
+            "the other's");
+  EXPECT_THROW(other.call(kOtherInterface, "Quit", {}, {}), ServiceError);
 }
 
 TEST_F(ServiceBusTest, CallerThatLeavesIsToldOfOnce) {
-  std::optional<ServiceClient> client(std::in_place, kName, kPath, kInterface);
-  const auto first = client->call("Who", {}, {Text});
-  EXPECT_TRUE(client->call("Who", {}, {Text}) == first);
+  std::optional<ServiceClient> client(std::in_place, kName, kPath);
+  const auto first = client->call(kInterface, "Who", {}, {Text});
+  EXPECT_TRUE(client->call(kInterface, "Who", {}, {Text}) == first);
   client.reset();
   EXPECT_EQ(service_.firstCallerLeft(), std::get<std::string>(first[0]));
 }

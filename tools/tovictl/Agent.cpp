@@ -5,47 +5,53 @@
 
 namespace tovi::ctl {
 
+using platform::ServiceParameters;
 using platform::ServiceType;
 using OptionalText = std::optional<std::string>;
+using Dictionary = platform::ServiceValue::Dictionary;
 
 static std::string serviceName() {
   return platform::Bundle::main().information("MachServiceName").value_or(xpc::kServiceName);
 }
 
-Agent::Agent() : service_(serviceName(), xpc::kObjectPath, xpc::kInterfaceName) {}
+Agent::Agent(platform::ServiceStart start) : service_(serviceName(), xpc::kObjectPath, start) {}
+
+ServiceParameters Agent::call(const std::string& method, const ServiceParameters& arguments,
+                              const std::vector<ServiceType>& results) {
+  return service_.call(xpc::kInterfaceName, method, arguments, results);
+}
 
 ActivationStatus Agent::activationStatus() {
   const auto results =
-      service_.call(xpc::kGetActivationStatus, {}, {ServiceType::Text, ServiceType::OptionalText});
+      call(xpc::kGetActivationStatus, {}, {ServiceType::Text, ServiceType::OptionalText});
   return {std::get<std::string>(results.at(0)), std::get<OptionalText>(results.at(1))};
 }
 
 std::map<std::string, std::string> Agent::messages() {
-  const auto results = service_.call(xpc::kGetDNSMessages, {}, {ServiceType::TextMap});
+  const auto results = call(xpc::kGetDNSMessages, {}, {ServiceType::TextMap});
   return std::get<std::map<std::string, std::string>>(results.at(0));
 }
 
 std::string Agent::enroll(const std::string& activationData) {
-  const auto results =
-      service_.call(xpc::kSetActivationData, {activationData}, {ServiceType::Text});
+  const auto results = call(xpc::kSetActivationData, {activationData}, {ServiceType::Text});
   return std::get<std::string>(results.at(0));
 }
 
 OptionalText Agent::report(const std::string& messageId, const std::string& state,
                            const OptionalText& data) {
-  const auto results = service_.call(xpc::kSetMessageDeliveryState, {messageId, state, data},
-                                     {ServiceType::OptionalText});
+  const auto results =
+      call(xpc::kSetMessageDeliveryState, {messageId, state, data}, {ServiceType::OptionalText});
   return std::get<OptionalText>(results.at(0));
 }
 
 OptionalText Agent::statusMessage(bool force) {
-  const auto results = service_.call(xpc::kGetStatusEvent, {force}, {ServiceType::OptionalText});
+  const auto results = call(xpc::kGetStatusEvent, {force}, {ServiceType::OptionalText});
   return std::get<OptionalText>(results.at(0));
 }
 
-platform::ServiceValue::Dictionary Agent::settings() {
-  const auto results = service_.call(xpc::kGetAgentSettings, {}, {ServiceType::Settings});
-  return std::get<platform::ServiceValue::Dictionary>(results.at(0));
+Dictionary Agent::settings() {
+  const auto results = call(xpc::kGetAgentSettings, {}, {ServiceType::Settings});
+  return std::get<Dictionary>(results.at(0));
 }
 
 }  // namespace tovi::ctl

@@ -13,8 +13,8 @@ namespace tovi::ctl {
 /// does not answer. One thread.
 class Agent {
  public:
-  /// The service that the installed bundle names.
-  Agent();
+  /// The service that the installed bundle names. `start` says whether a call may start it.
+  explicit Agent(platform::ServiceStart start = platform::ServiceStart::OnCall);
 
   ActivationStatus activationStatus();
   /// Batches by identifier, oldest first.
@@ -27,6 +27,10 @@ class Agent {
   platform::ServiceValue::Dictionary settings();
 
  private:
+  platform::ServiceParameters call(const std::string& method,
+                                   const platform::ServiceParameters& arguments,
+                                   const std::vector<platform::ServiceType>& results);
+
   platform::ServiceClient service_;
 };
 
