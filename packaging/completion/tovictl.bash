@@ -8,7 +8,7 @@ _tovictl() {
   local verb='' operands=0
   for ((i = 1; i < cword; i++)); do
     case ${words[i]} in
-      --format | --interval | --key-file | --uuid) ((i++)) ;;
+      --color | --format | --interval | --key-file | --uuid) ((i++)) ;;
       -?*) ;;
       *) if [[ $verb ]]; then ((++operands)); else verb=${words[i]}; fi ;;
     esac
@@ -17,13 +17,14 @@ _tovictl() {
   case $prev in
     --key-file) _filedir; return ;;
     --format) COMPREPLY=($(compgen -W 'tovi ecs ocsf-1.8 ocsf-1.9' -- "$cur")); return ;;
+    --color) COMPREPLY=($(compgen -W 'auto always never' -- "$cur")); return ;;
     --interval | --uuid) return ;;
   esac
 
   if [[ ! $verb ]]; then
     COMPREPLY=($(compgen -W "$verbs --help --version" -- "$cur"))
   elif [[ $cur == -* ]]; then
-    local options='--help --json'
+    local options='--help --json --color'
     case $verb in
       enroll) options+=' --uuid --key-file' ;;
       follow) options+=' --format --interval --once' ;;

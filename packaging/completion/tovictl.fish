@@ -12,10 +12,11 @@ complete -c tovictl -n $first -a messages -d 'fetch the batches of DNS events th
 complete -c tovictl -n $first -a report -d 'report a delivery'
 complete -c tovictl -n $first -a settings -d 'show the settings'
 complete -c tovictl -n $first -a state -d 'show the state of the agent'
-complete -c tovictl -n $first -a status -d 'fetch the status message'
+complete -c tovictl -n $first -a status -d 'show the status message, and what was captured and lost'
 complete -c tovictl -n $first -a version -d 'show the version of tovictl'
 
 complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l json -d 'write JSON'
+complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l color -xa 'auto always never' -d 'when to colour'
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -F
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l uuid -x -d 'identifier of the agent'
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l key-file -rF -d 'file that holds the key'

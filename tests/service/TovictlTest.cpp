@@ -12,6 +12,22 @@ namespace {
 constexpr auto kBatch = R"({"date":"then","events_data":[{"b":1,"a":2},{"c":3}]})";
 constexpr auto kEvents = "{\"b\":1,\"a\":2}\n{\"c\":3}\n";
 
+/// A program that runs beside the test, and its output.
+class Program {
+ public:
+  explicit Program(const std::string& command)
+      : output_(popen(("exec " + command + " 2>&1").c_str(), "r")) {}
+  std::string line() {
+    char buffer[512] = "";
+    return fgets(buffer, sizeof(buffer), output_) == nullptr ? "" : buffer;
+  }
+  /// The status as waitpid(2) gives it.
+  int end() { return pclose(output_); }
+
+ private:
+  FILE* output_;
+};
+
 class TovictlTest : public testing::Test {
  protected:
   void serve() { service_.emplace(daemon_, settings_); }
@@ -38,32 +54,45 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
   for (const char* arguments :
        {"", "unknown", "state extra", "state --force", "status --force=1", "report 1",
         "enroll --uuid", "enroll --uuid 1 --key-file k f", "messages --ack --nack",
-        "follow --interval nan", "follow --interval 1s", "follow --format ocsf-2"}) {
+        "follow --interval nan", "follow --interval 1s", "follow --format ocsf-2",
+        "state --color=red"}) {
     EXPECT_EQ(sh(std::string("tovictl ") + arguments + " 2>/dev/null"), "2\n") << arguments;
   }
   EXPECT_EQ(sh("for verb in '' state enroll status messages follow report settings version; do "
                "tovictl $verb --help | grep '^EXIT STATUS'; done | wc -l"),
             "9\n0\n");
+  EXPECT_EQ(sh("tovictl delete 2>&1"), "tovictl: unknown verb delete; see tovictl --help\n2\n");
+  EXPECT_EQ(sh("tovictl enrol 2>&1 | cut -d' ' -f 5-8"), "(did you mean \"enroll\"?);\n0\n");
+  EXPECT_EQ(sh("tovictl --json sttaus 2>&1"),
+            "tovictl: unknown verb sttaus (did you mean \"status\"?); see tovictl --help\n2\n");
+  EXPECT_EQ(sh("tovictl follow --onec 2>&1"),
+            "tovictl: unknown option --onec (did you mean "
+            "\"--once\"?); see tovictl follow --help\n2\n");
 }
 
-TEST_F(TovictlTest, MissingDaemonIsStatusThreeAndOneLine) {
-  EXPECT_EQ(sh("tovictl state 2>&1 | wc -l; (exit ${PIPESTATUS[0]})"), "1\n3\n");
-  EXPECT_EQ(sh("tovictl follow 2>&1 | wc -l; (exit ${PIPESTATUS[0]})"), "1\n3\n");
+TEST_F(TovictlTest, MissingDaemonIsStatusThreeAndOneLineThatSaysWhatToDo) {
+  for (const char* verb : {"state", "follow"}) {
+    EXPECT_EQ(sh("tovictl " + std::string(verb) + " 2>&1"),
+              "tovictl: the service io.tovi.ToviAgentXPC is not running; start it with: systemctl "
+              "start tovi-daemon\n3\n");
+  }
 }
 
 TEST_F(TovictlTest, StateShowsTheAgentButNeverItsKey) {
   daemon_.status = {"active", R"({"key":"secret","uuid":"agent-1"})"};
   serve();
   EXPECT_EQ(sh("tovictl state"), "State  active\nAgent  agent-1\n0\n");
-  EXPECT_EQ(sh("tovictl state --json"), "{\"state\":\"active\",\"agent_id\":\"agent-1\"}\n0\n");
+  EXPECT_EQ(sh("tovictl state --json"),
+            "{\"schema_version\":1,\"state\":\"active\",\"agent_id\":\"agent-1\"}\n0\n");
 }
 
 TEST_F(TovictlTest, EnrollmentComesFromFilesOrStandardInput) {
   writeFile(directory_ / "data", "{}");
   writeFile(directory_ / "key", "a \"key\"\n");
   serve();
-  EXPECT_EQ(sh("tovictl enroll data"), "State  inactive\n1\n");
-  EXPECT_EQ(sh("printf input | tovictl enroll --json"), "{\"state\":\"active\"}\n0\n");
+  EXPECT_EQ(sh("tovictl enroll data 2>/dev/null"), "State  inactive\n1\n");
+  EXPECT_EQ(sh("printf input | tovictl enroll --json"),
+            "{\"schema_version\":1,\"state\":\"active\"}\n0\n");
   EXPECT_EQ(sh("tovictl enroll --key-file=key --uuid agent-1"), "State  active\n0\n");
   EXPECT_EQ(callsAfterwards(),
             (std::vector<std::string>{"enroll {}", "enroll input",
@@ -74,9 +103,32 @@ TEST_F(TovictlTest, EnrollmentComesFromFilesOrStandardInput) {
 TEST_F(TovictlTest, StatusIsShownWhenOneIsDue) {
   daemon_.statusMessage = "{\"active\":true,\"settings\":{\"dns_batch_size\":20}}";
   serve();
-  EXPECT_EQ(sh("tovictl status | tr -s ' '"), "Agent active\nBatch size 20 events\n0\n");
-  EXPECT_EQ(sh("tovictl status | head -c 29"), "No status message is due; --f0\n");
-  EXPECT_EQ(sh("tovictl status --json --force"), "{\"active\":true}\n0\n");
+  EXPECT_EQ(sh("tovictl status | tr -s ' '"),
+            "Agent\n State active\n\nSettings\n Batch size 20 events\n\nCapture\n Packets captured "
+            "7\n0\n");
+  EXPECT_EQ(sh("tovictl status 2>&1 >/dev/null"),
+            "tovictl: no status message is due; --force fetches one in any case\n0\n");
+  EXPECT_EQ(
+      sh("tovictl status --json --force; tovictl status --json"),
+      "{\"schema_version\":1,\"message\":{\"active\":true},\"counters\":{\"packets_captured\":"
+      "7}}\n{\"schema_version\":1,\"message\":null,\"counters\":{\"packets_captured\":7}}\n0\n");
+}
+
+TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf) {
+  daemon_.counted = {{"uptime_seconds", {std::int64_t{11520}}},
+                     {"packets_captured", {std::int64_t{1'234'500}}},
+                     {"packets_dropped_by_kernel", {std::int64_t{12}}},
+                     {"events", {std::int64_t{200}}},
+                     {"events_repeated", {std::int64_t{150}}},
+                     {"batches_dropped", {std::int64_t{0}}}};
+  serve();
+  const auto shown = sh("tovictl status --color=always 2>/dev/null | tr -s ' '");
+  for (const char* line : {"\n Up for 3 h 12 min\n", "\n Packets captured 1,234,500\n",
+                           "\n Dropped by the kernel \033[31m12 (0.0 % of all)\033[0m\n",
+                           "\n Repeated, left out 150 (75.0 % of events)\n", "\n Dropped 0\n"}) {
+    EXPECT_NE(shown.find(line), shown.npos) << line << shown;
+  }
+  EXPECT_EQ(shown.find("Undecodable"), shown.npos);
 }
 
 TEST_F(TovictlTest, MessagesAreReportedOnlyWhenAskedAndOnlyAfterPrinting) {
@@ -85,9 +137,9 @@ TEST_F(TovictlTest, MessagesAreReportedOnlyWhenAskedAndOnlyAfterPrinting) {
   EXPECT_EQ(sh("tovictl messages"), "1  then  2 events\n2  unreadable\n0\n");
   EXPECT_EQ(sh("tovictl messages --ack >/dev/full 2>/dev/null"), "1\n");
   EXPECT_EQ(sh("tovictl messages --nack --json"),
-            std::string(R"({"messages":[{"id":"1","batch":)") + kBatch +
+            std::string(R"({"schema_version":1,"messages":[{"id":"1","batch":)") + kBatch +
                 "},{\"id\":\"2\",\"batch\":\"broken\"}]}\n0\n");
-  EXPECT_EQ(sh("tovictl messages --ack"), "No batch waits.\n0\n");
+  EXPECT_EQ(sh("tovictl messages --ack 2>&1"), "tovictl: no batch waits\n0\n");
   EXPECT_EQ(callsAfterwards(), (std::vector<std::string>{"batch 1 Nok", "batch 2 Nok"}));
 }
 
@@ -96,7 +148,7 @@ TEST_F(TovictlTest, ReportsReachTheirOwnSide) {
   serve();
   EXPECT_EQ(sh("tovictl report 7 Ok"), "Message received state: Ok\n0\n");
   EXPECT_EQ(sh("tovictl report --json -- status_message AgentDeliveredCompleted answer"),
-            "{\"reply\":null}\n0\n");
+            "{\"schema_version\":1,\"reply\":null}\n0\n");
   EXPECT_EQ(
       callsAfterwards(),
       (std::vector<std::string>{"batch 7 Ok", "status AgentDeliveredCompleted {\"active\":true}"}));
@@ -153,22 +205,39 @@ TEST_F(TovictlTest, FollowEndsQuietlyOnSignals) {
   EXPECT_EQ(sh("coproc " TOVICTL " follow; read -r line <&${COPROC[0]}; kill $!; wait $!"), "0\n");
 }
 
+TEST_F(TovictlTest, SlowReaderOfFollowHoldsUpNobodyElse) {
+  daemon_.batches = {{"1", "{\"events_data\":[\"" + std::string(1 << 20, 'x') + "\"]}"}};
+  serve();
+  EXPECT_EQ(sh("coproc " TOVICTL " follow; head -c 1 <&${COPROC[0]}; tovictl state --json; "
+               "kill $!; wait $!"),
+            "\"{\"schema_version\":1,\"state\":\"inactive\",\"agent_id\":null}\n0\n");
+  EXPECT_TRUE(callsAfterwards().empty());
+}
+
 TEST_F(TovictlTest, FollowOutlivesADaemonAndEndsWithItsReader) {
   daemon_.batches = {{"1", "{\"events_data\":[\"first\"]}"}};
   serve();
-  FILE* output = popen("exec " TOVICTL " follow --interval 0.1 2>&1", "r");
-  ASSERT_NE(output, nullptr);
-  const auto line = [&] {
-    char buffer[512] = "";
-    return std::string(fgets(buffer, sizeof(buffer), output) == nullptr ? "" : buffer);
-  };
+  Program follow(TOVICTL " follow --interval 0.1");
+  const auto line = [&] { return follow.line(); };
   EXPECT_EQ(line(), "\"first\"\n");
   service_.reset();
   EXPECT_NE(line().find("waiting for the daemon"), std::string::npos);
   daemon_.batches = {{"2", "{\"events_data\":[\"back\"]}"}};
   serve();
   EXPECT_EQ(line(), "\"back\"\n");
-  EXPECT_EQ(pclose(output), 0);
+  EXPECT_EQ(follow.end(), 0);
+}
+
+TEST_F(TovictlTest, JsonOfEveryVerbMatchesTheSchema) {
+  daemon_.batches = {{"1", kBatch}, {"2", "broken"}};
+  serve();
+  const std::string check =
+      DEBIAN_PYTHON " " TOVI_SOURCE_DIR "/tests/service/validate-output.py " TOVI_SOURCE_DIR
+                    "/docs/tovictl.schema.json ";
+  for (const std::string call : {"state", "status", "status --force", "messages", "report 7 Ok",
+                                 "settings", "version", "enroll"}) {
+    EXPECT_EQ(sh("echo {} | tovictl " + call + " --json | " + check + call), "0\n") << call;
+  }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the examples of protocol.md against the schemas beside it.
+"""Checks the examples of two pages against the schemas beside them.
 
 Usage: validate-examples.py DIRECTORY
 
@@ -14,6 +14,7 @@ import sys
 
 import jsonschema
 
+PAGES = ("protocol.md", "tovictl-json.md")
 EXAMPLE = re.compile(r"^```json ([a-z-]+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
@@ -43,7 +44,7 @@ def main():
         file.name.removesuffix(".schema.json"): json.loads(file.read_text())
         for file in docs.glob("*.schema.json")
     }
-    examples = EXAMPLE.findall((docs / "protocol.md").read_text())
+    examples = [example for page in PAGES for example in EXAMPLE.findall((docs / page).read_text())]
     if not schemas or {name for name, _ in examples} != set(schemas):
         sys.exit("the examples and the schemas are not about the same things")
     for name, text in examples:

@@ -1,6 +1,7 @@
 #include "Agent.h"
 
 #include "platform/Bundle.h"
+#include "service/StatisticsProtocol.h"
 #include "service/ToviAgentXPCProtocol.h"
 
 namespace tovi::ctl {
@@ -52,6 +53,16 @@ OptionalText Agent::statusMessage(bool force) {
 Dictionary Agent::settings() {
   const auto results = call(xpc::kGetAgentSettings, {}, {ServiceType::Settings});
   return std::get<Dictionary>(results.at(0));
+}
+
+Dictionary Agent::statistics(const std::string& method) {
+  const auto results =
+      service_.call(statistics::kInterfaceName, method, {}, {ServiceType::Settings});
+  return std::get<Dictionary>(results.at(0));
+}
+
+Counters Agent::counters() {
+  return countersFrom(statistics(statistics::kGetCounters));
 }
 
 }  // namespace tovi::ctl

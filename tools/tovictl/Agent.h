@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "Counters.h"
 #include "core/ToviAgentProtocol.h"
 #include "platform/ServiceBus.h"
 
@@ -26,10 +27,14 @@ class Agent {
   std::optional<std::string> statusMessage(bool force);
   platform::ServiceValue::Dictionary settings();
 
+  /// The daemon's statistics. Throws with the kind NotOffered when the daemon has none yet.
+  Counters counters();
+
  private:
   platform::ServiceParameters call(const std::string& method,
                                    const platform::ServiceParameters& arguments,
                                    const std::vector<platform::ServiceType>& results);
+  platform::ServiceValue::Dictionary statistics(const std::string& method);
 
   platform::ServiceClient service_;
 };

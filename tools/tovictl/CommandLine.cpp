@@ -2,13 +2,17 @@
 
 #include <algorithm>
 
+#include "Suggestion.h"
+
 namespace tovi::ctl {
 
 static const Option& knownOption(const std::vector<Option>& options, const std::string& name) {
   const auto found = std::find_if(options.begin(), options.end(),
                                   [&](const Option& option) { return option.name == name; });
-  if (found == options.end()) throw UsageError("unknown option " + name);
-  return *found;
+  if (found != options.end()) return *found;
+  std::vector<std::string> names;
+  for (const auto& option : options) names.push_back(option.name);
+  throw UsageError("unknown option " + name + suggestion(name, names));
 }
 
 CommandLine::CommandLine(const std::vector<std::string>& arguments,

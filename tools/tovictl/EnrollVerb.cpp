@@ -1,14 +1,12 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
 #include "Input.h"
+#include "Json.h"
 #include "Output.h"
+#include "Table.h"
 #include "Verbs.h"
 #include "core/AgentState.h"
 
 namespace tovi::ctl {
-
-using Json = nlohmann::ordered_json;
 
 static std::string keyFrom(const std::string& file) {
   auto key = readInput(file);
@@ -26,9 +24,13 @@ static std::string activationData(const CommandLine& line) {
 }
 
 int runEnroll(const CommandLine& line) {
+  const auto colours = Colours::forOutput(line);
   const auto state = Agent().enroll(activationData(line));
-  writeOut(line.has("--json") ? Json{{"state", state}}.dump() + "\n" : aligned({{"State", state}}));
-  return state == rawValue(AgentState::active) ? kDone : kFailed;
+  writeOut(line.has("--json") ? versionedLine({{"state", state}})
+                              : aligned({{"State", state, toneOfState(state)}}, colours));
+  if (state == rawValue(AgentState::active)) return kDone;
+  complain("not enrolled; the data has to be an object with the texts \"uuid\" and \"key\"");
+  return kFailed;
 }
 
 }  // namespace tovi::ctl

@@ -1,13 +1,9 @@
-#include <charconv>
-#include <iostream>
-#include <signal.h>
-#include <unistd.h>
-
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
+#include "Interval.h"
+#include "Json.h"
 #include "Output.h"
 #include "Verbs.h"
+#include "core/AgentState.h"
 #include "events/EventJson.h"
 #include "service/ToviAgentXPCProtocol.h"
 #include "status/StatusMessageState.h"
@@ -16,13 +12,12 @@
 
 namespace tovi::ctl {
 
-using Json = nlohmann::ordered_json;
 using formats::EventFormat;
 using platform::ServiceError;
 
 static std::string unreadableLine(const std::string& id, const std::string& text,
                                   const char* what) {
-  std::cerr << "tovictl: " << what << id << " is unreadable; its text is written as it is\n";
+  complain(what + id + " is unreadable; its text is written as it is");
   return Json{{"unreadable_batch", id}, {"text", text}}.dump();
 }
 
@@ -44,9 +39,9 @@ static std::string lineOf(const std::string& id, const Json& event, EventFormat 
 static std::string linesOf(const std::string& id, const std::string& text, EventFormat format) {
   const auto batch = Json::parse(text, nullptr, false);
   if (!batch.is_object() || !batch.contains("events_data"))
-    return unreadableLine(id, text, "the batch ") + "\n";
+    return terminalLine(unreadableLine(id, text, "the batch "));
   std::string lines;
-  for (const auto& event : batch["events_data"]) lines += lineOf(id, event, format) + "\n";
+  for (const auto& event : batch["events_data"]) lines += terminalLine(lineOf(id, event, format));
   return lines;
 }
 
@@ -78,7 +73,7 @@ class Follower {
       round();
     } catch (const ServiceError& fault) {
       if (fault.kind == ServiceError::AccessDenied) throw;
-      if (!outage_) std::cerr << "tovictl: " << fault.what() << "; waiting for the daemon\n";
+      if (!outage_) complain(std::string(fault.what()) + "; waiting for the daemon");
       outage_ = true;
       agent_.reset();
     }
@@ -92,16 +87,13 @@ class Follower {
 
 }  // namespace
 
-static std::chrono::milliseconds intervalOf(const CommandLine& line) {
-  const auto text = line.value("--interval").value_or("2");
-  double seconds = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-  const bool isNumber = error == std::errc{} && end == text.data() + text.size();
-  // Written so that NaN fails as well.
-  if (!isNumber || !(seconds >= 0.1 && seconds <= 3600)) {
-    throw UsageError("--interval takes 0.1 to 3600 seconds");
+/// Says why nothing is to be seen at first.
+static void explainTheWait() {
+  if (Agent().activationStatus().state == rawValue(AgentState::active)) {
+    complain("events come in batches, about a minute after they happened; Ctrl-C ends");
+  } else {
+    complain("the agent is not active, so that nothing is captured; see: tovictl state");
   }
-  return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
 static EventFormat formatOf(const CommandLine& line) try {
@@ -110,21 +102,12 @@ static EventFormat formatOf(const CommandLine& line) try {
   throw UsageError(std::string("--format: ") + fault.what());
 }
 
-/// Ending at any point is safe: what was not reported is given out again. So the ending signals end
-/// the program at once, even while a write or a call blocks.
-static void endQuietlyOnSignals() {
-  struct sigaction action {};
-  action.sa_handler = [](int) { _exit(kDone); };
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  action.sa_handler = SIG_IGN;
-  sigaction(SIGPIPE, &action, nullptr);
-}
-
 int runFollow(const CommandLine& line) {
   const auto interval = intervalOf(line);
   Follower follower(formatOf(line));
+  // Ending at any point is safe: what was not reported is given out again.
   endQuietlyOnSignals();
+  if (outputIsTerminal() && !line.has("--once")) explainTheWait();
   try {
     follower.round();
     while (!line.has("--once")) {

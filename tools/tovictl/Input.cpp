@@ -3,6 +3,9 @@
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
+#include <unistd.h>
+
+#include "Output.h"
 
 namespace tovi::ctl {
 
@@ -18,7 +21,10 @@ static std::string readStream(std::istream& stream, const std::string& name) {
 }
 
 std::string readInput(const std::string& file) {
-  if (file == "-") return readStream(std::cin, "standard input");
+  if (file == "-") {
+    if (isatty(STDIN_FILENO) == 1) complain("reading from the terminal; Ctrl-D ends the input");
+    return readStream(std::cin, "standard input");
+  }
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot open " + file);
   return readStream(stream, file);

@@ -1,12 +1,11 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
+#include "Json.h"
 #include "Output.h"
+#include "Table.h"
 #include "Verbs.h"
 
 namespace tovi::ctl {
 
-using Json = nlohmann::ordered_json;
 using Batches = std::map<std::string, std::string>;
 
 // A batch that is no JSON is shown as the text that it is.
@@ -19,30 +18,38 @@ static std::string jsonOf(const Batches& batches) {
   auto messages = Json::array();
   for (const auto& [id, text] : batches)
     messages.push_back({{"id", id}, {"batch", batchJson(text)}});
-  return Json{{"messages", messages}}.dump() + "\n";
+  return versionedLine({{"messages", messages}});
 }
 
-static std::string summaryOf(const std::string& text) {
+static Row rowOf(const std::string& id, const std::string& text) {
   const auto batch = batchJson(text);
-  if (!batch.is_object() || !batch.contains("events_data")) return "unreadable";
+  if (!batch.is_object() || !batch.contains("events_data")) {
+    return {id, "unreadable", Tone::Warning};
+  }
   const auto date = batch.value("date", Json());
-  return (date.is_string() ? date.get<std::string>() : "undated") + "  " +
-         counted(batch["events_data"].size(), "event");
+  const auto events = static_cast<std::int64_t>(batch["events_data"].size());
+  return {id, (date.is_string() ? date.get<std::string>() : "undated") + "  " +
+                  counted(events, "event")};
 }
 
-static std::string personText(const Batches& batches) {
-  if (batches.empty()) return "No batch waits.\n";
+static void show(const Batches& batches, const Colours& colours) {
+  if (batches.empty()) return complain("no batch waits");
   std::vector<Row> rows;
-  for (const auto& [id, text] : batches) rows.emplace_back(id, summaryOf(text));
-  return aligned(rows);
+  for (const auto& [id, text] : batches) rows.push_back(rowOf(id, text));
+  writeOut(aligned(rows, colours));
 }
 
 int runMessages(const CommandLine& line) {
   if (line.has("--ack") && line.has("--nack"))
     throw UsageError("--ack and --nack exclude each other");
+  const auto colours = Colours::forOutput(line);
   Agent agent;
   const auto batches = agent.messages();
-  writeOut(line.has("--json") ? jsonOf(batches) : personText(batches));
+  if (line.has("--json")) {
+    writeOut(jsonOf(batches));
+  } else {
+    show(batches, colours);
+  }
   if (!line.has("--ack") && !line.has("--nack")) return kDone;
   for (const auto& [id, text] : batches) agent.report(id, line.has("--ack") ? "Ok" : "Nok");
   return kDone;

@@ -1,10 +1,13 @@
 #include "Output.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <iostream>
 #include <poll.h>
+#include <signal.h>
 #include <system_error>
 #include <unistd.h>
+
+#include "ShownText.h"
 
 namespace tovi::ctl {
 
@@ -26,19 +29,21 @@ void waitWhileOutputIsOpen(std::chrono::milliseconds duration) {
   if (poll(&output, 1, static_cast<int>(duration.count())) > 0) throw OutputClosed();
 }
 
-std::string aligned(const std::vector<Row>& rows) {
-  std::size_t width = 0;
-  for (const auto& [name, value] : rows) width = std::max(width, name.size());
-  std::string text;
-  for (const auto& [name, value] : rows) {
-    if (value.empty()) continue;
-    text.append(name).append(width + 2 - name.size(), ' ').append(value).append("\n");
-  }
-  return text;
+bool outputIsTerminal() {
+  return isatty(STDOUT_FILENO) == 1;
 }
 
-std::string counted(std::size_t number, std::string_view noun) {
-  return std::to_string(number) + " " + std::string(noun) + (number == 1 ? "" : "s");
+void complain(std::string_view text) {
+  std::cerr << "tovictl: " << shownText(text) << "\n";
+}
+
+void endQuietlyOnSignals() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { _exit(0); };
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
 }
 
 }  // namespace tovi::ctl

@@ -4,8 +4,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace tovi::ctl {
 
@@ -22,11 +20,14 @@ void writeOut(std::string_view text);
 /// Waits; throws OutputClosed as soon as the reader of a pipe has gone.
 void waitWhileOutputIsOpen(std::chrono::milliseconds duration);
 
-using Row = std::pair<std::string, std::string>;
-/// One line a row, the second column aligned; rows with an empty second column are left out.
-std::string aligned(const std::vector<Row>& rows);
+/// True when a person looks on.
+bool outputIsTerminal();
 
-/// "1 event", "2 events".
-std::string counted(std::size_t number, std::string_view noun);
+/// Tells the person something, on standard error; the text may be of any origin.
+void complain(std::string_view text);
+
+/// From now on SIGINT and SIGTERM end the program at once with status 0, even while a write or a
+/// call blocks, and a closed pipe is told by OutputClosed.
+void endQuietlyOnSignals();
 
 }  // namespace tovi::ctl

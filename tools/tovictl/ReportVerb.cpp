@@ -1,13 +1,11 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
 #include "Input.h"
+#include "Json.h"
 #include "Output.h"
+#include "ShownText.h"
 #include "Verbs.h"
 
 namespace tovi::ctl {
-
-using Json = nlohmann::ordered_json;
 
 int runReport(const CommandLine& line) {
   const auto& operands = line.operands();
@@ -15,9 +13,9 @@ int runReport(const CommandLine& line) {
   if (operands.size() > 2) data = readInput(operands[2]);
   const auto reply = Agent().report(operands[0], operands[1], data);
   if (line.has("--json")) {
-    writeOut(Json{{"reply", reply ? Json(*reply) : Json()}}.dump() + "\n");
+    writeOut(versionedLine({{"reply", reply ? Json(*reply) : Json()}}));
   } else if (reply) {
-    writeOut(*reply + "\n");
+    writeOut(shownText(*reply) + "\n");
   }
   return kDone;
 }

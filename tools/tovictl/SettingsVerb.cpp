@@ -1,12 +1,11 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
+#include "Json.h"
 #include "Output.h"
+#include "Table.h"
 #include "Verbs.h"
 
 namespace tovi::ctl {
 
-using Json = nlohmann::ordered_json;
 using platform::ServiceValue;
 
 static Json json(const ServiceValue& value);
@@ -37,14 +36,15 @@ static std::string personText(const Json& value) {
 }
 
 int runSettings(const CommandLine& line) {
+  const auto colours = Colours::forOutput(line);
   const auto settings = json(Agent().settings());
   if (line.has("--json")) {
-    writeOut(settings.dump() + "\n");
+    writeOut(versionedLine({{"settings", settings}}));
     return kDone;
   }
   std::vector<Row> rows;
-  for (const auto& [key, value] : settings.items()) rows.emplace_back(key, personText(value));
-  writeOut(aligned(rows));
+  for (const auto& [key, value] : settings.items()) rows.push_back({key, personText(value)});
+  writeOut(aligned(rows, colours));
   return kDone;
 }
 

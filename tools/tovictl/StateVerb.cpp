@@ -1,12 +1,10 @@
-#include <nlohmann/json.hpp>
-
 #include "Agent.h"
+#include "Json.h"
 #include "Output.h"
+#include "Table.h"
 #include "Verbs.h"
 
 namespace tovi::ctl {
-
-using Json = nlohmann::ordered_json;
 
 // The enrollment holds the key as well, which is nothing to be shown.
 static Json agentId(const std::optional<std::string>& enrollment) {
@@ -16,13 +14,18 @@ static Json agentId(const std::optional<std::string>& enrollment) {
 }
 
 int runState(const CommandLine& line) {
+  const auto colours = Colours::forOutput(line);
   const auto status = Agent().activationStatus();
   const auto id = agentId(status.enrollment);
   if (line.has("--json")) {
-    writeOut(Json{{"state", status.state}, {"agent_id", id}}.dump() + "\n");
+    writeOut(versionedLine({{"state", status.state}, {"agent_id", id}}));
   } else {
+    const auto agent = id.is_string() ? id.get<std::string>() : "not enrolled";
+    if (!status.enrollment && outputIsTerminal()) {
+      complain("enroll it with: tovictl enroll --uuid ID --key-file FILE");
+    }
     writeOut(
-        aligned({{"State", status.state}, {"Agent", id.is_string() ? id : Json("not enrolled")}}));
+        aligned({{"State", status.state, toneOfState(status.state)}, {"Agent", agent}}, colours));
   }
   return kDone;
 }

@@ -1,5 +1,8 @@
 #include "Agent.h"
+#include "CounterSections.h"
+#include "Json.h"
 #include "Output.h"
+#include "Table.h"
 #include "Verbs.h"
 #include "status/StatusJson.h"
 
@@ -7,13 +10,14 @@ namespace tovi::ctl {
 
 using OptionalText = std::optional<std::string>;
 using OptionalCount = std::optional<std::int64_t>;
+using platform::ServiceError;
 
 static std::string with(const OptionalCount& count, const std::string& unit) {
-  return count ? std::to_string(*count) + " " + unit : "";
+  return count ? grouped(*count) + " " + unit : "";
 }
 
 static std::string counter(std::int64_t count, const OptionalText& last) {
-  return std::to_string(count) + (last ? ", the last at " + *last : "");
+  return grouped(count) + (last ? ", the last at " + *last : "");
 }
 
 static std::string joined(const std::vector<OptionalText>& parts) {
@@ -24,72 +28,107 @@ static std::string joined(const std::vector<OptionalText>& parts) {
   return text;
 }
 
-static void addRows(std::vector<Row>& rows, const AgentSettings& settings) {
-  rows.insert(rows.end(), {{"Batch size", with(settings.dnsBatchSize, "events")},
-                           {"Batch delay", with(settings.dnsBatchMaxDelaySeconds, "s")},
-                           {"Polling interval", with(settings.pollingIntervalMinutes, "min")},
-                           {"Repetition interval", with(settings.messageTimeoutSeconds, "s")}});
+static Section agentSection(const StatusMessage& message) {
+  return {"Agent",
+          {{"State", message.active ? "active" : "not active",
+            message.active ? Tone::Good : Tone::Warning},
+           {"Agent version", message.agentVersion.value_or("")},
+           {"Message version", message.version.value_or("")},
+           {"Time", message.currentTime.value_or("")}}};
 }
 
-static void addRows(std::vector<Row>& rows, const AgentStats& stats) {
-  rows.insert(
-      rows.end(),
+static Section settingsSection(const AgentSettings& settings) {
+  return {"Settings",
+          {{"Batch size", with(settings.dnsBatchSize, "events")},
+           {"Batch delay", with(settings.dnsBatchMaxDelaySeconds, "s")},
+           {"Polling interval", with(settings.pollingIntervalMinutes, "min")},
+           {"Repetition interval", with(settings.messageTimeoutSeconds, "s")}}};
+}
+
+static Section statsSection(const AgentStats& stats) {
+  const auto failures = stats.statusSendFailuresCount;
+  return {
+      "Over all runs of the daemon",
       {{"Running since", stats.startupTime.value_or("")},
-       {"Starts", std::to_string(stats.daemonStartupsCount)},
+       {"Starts", grouped(stats.daemonStartupsCount)},
        {"Graceful shutdowns", counter(stats.gracefulShutdownsCount, stats.lastDaemonShutdownTime)},
        {"DNS events", counter(stats.dnsEventsCount, stats.lastDnsEventTimestamp)},
        {"Batches delivered",
         counter(stats.dataDeliveredMessages, stats.dataLastDeliveredMessageTimestamp)},
        {"Status delivered",
         counter(stats.statusDeliveredMessages, stats.statusLastDeliveredMessageTimestamp)},
-       {"Status failures",
-        counter(stats.statusSendFailuresCount, stats.statusLastSendFailureTimestamp)}});
+       {"Status failures", counter(failures, stats.statusLastSendFailureTimestamp),
+        failures > 0 ? Tone::Warning : Tone::Plain}}};
 }
 
-static void addRows(std::vector<Row>& rows, const HardwareOverview& hardware) {
-  rows.insert(rows.end(), {{"Model", joined({hardware.modelName, hardware.modelIdentifier})},
-                           {"Processor", joined({hardware.processorName, hardware.processorSpeed,
-                                                 with(hardware.totalNumberOfCores, "cores")})},
-                           {"Memory", hardware.memory.value_or("")},
-                           {"Serial number", hardware.serialNumberSystem.value_or("")},
-                           {"Hardware UUID", hardware.hardwareUuid.value_or("")}});
+static Section machineSection(const SystemInformation& system) {
+  const auto hardware = system.hardwareOverview.value_or(HardwareOverview());
+  return {"Machine",
+          {{"Name", system.name.value_or("")},
+           {"Operating system", joined({system.osName, system.osVersion})},
+           {"Architecture", system.architecture.value_or("")},
+           {"Up for", system.systemUptime.value_or("")},
+           {"Model", joined({hardware.modelName, hardware.modelIdentifier})},
+           {"Processor", joined({hardware.processorName, hardware.processorSpeed,
+                                 with(hardware.totalNumberOfCores, "cores")})},
+           {"Memory", hardware.memory.value_or("")},
+           {"Serial number", hardware.serialNumberSystem.value_or("")},
+           {"Hardware UUID", hardware.hardwareUuid.value_or("")}}};
 }
 
-static void addRows(std::vector<Row>& rows, const SystemInformation& system) {
-  rows.insert(rows.end(), {{"Machine", system.name.value_or("")},
-                           {"Operating system", joined({system.osName, system.osVersion})},
-                           {"Architecture", system.architecture.value_or("")},
-                           {"Up for", system.systemUptime.value_or("")}});
-  if (system.hardwareOverview) addRows(rows, *system.hardwareOverview);
+static std::vector<Section> sectionsOf(const StatusMessage& message) {
+  std::vector<Section> sections = {agentSection(message)};
+  if (message.settings) sections.push_back(settingsSection(*message.settings));
+  if (message.system) sections.push_back(machineSection(*message.system));
+  if (message.stats) sections.push_back(statsSection(*message.stats));
+  return sections;
 }
 
-static std::string personText(const StatusMessage& message) {
-  std::vector<Row> rows = {{"Agent", message.active ? "active" : "not active"},
-                           {"Agent version", message.agentVersion.value_or("")},
-                           {"Message version", message.version.value_or("")},
-                           {"Time", message.currentTime.value_or("")}};
-  if (message.stats) addRows(rows, *message.stats);
-  if (message.settings) addRows(rows, *message.settings);
-  if (message.system) addRows(rows, *message.system);
-  return aligned(rows);
-}
-
-static std::string personText(const std::string& message) {
+static std::vector<Section> messageSections(const std::string& message) {
   try {
-    return personText(statusMessageFrom(message));
+    return sectionsOf(statusMessageFrom(message));
   } catch (const std::exception&) {
     throw std::runtime_error("the daemon's status message cannot be read");
   }
 }
 
-int runStatus(const CommandLine& line) {
-  const auto message = Agent().statusMessage(line.has("--force"));
-  if (line.has("--json")) {
-    writeOut(message.value_or("null") + "\n");
-  } else {
-    writeOut(message ? personText(*message)
-                     : "No status message is due; --force fetches one in any case.\n");
+// An older daemon does not offer them, and an older policy of the bus does not let them be asked
+// for; whoever may not call at all has learnt that by an earlier call.
+static std::optional<Counters> offeredCounters(Agent& agent) try {
+  return agent.counters();
+} catch (const ServiceError& fault) {
+  if (fault.kind != ServiceError::NotOffered && fault.kind != ServiceError::AccessDenied) throw;
+  return std::nullopt;
+}
+
+static std::string jsonOf(const OptionalText& message, const std::optional<Counters>& counters) {
+  const auto parsed = message ? Json::parse(*message, nullptr, false) : Json();
+  if (parsed.is_discarded()) throw std::runtime_error("the daemon's status message is no JSON");
+  return versionedLine({{"message", parsed}, {"counters", counters ? Json(*counters) : Json()}});
+}
+
+static std::vector<Section> allSections(const OptionalText& message,
+                                        const std::optional<Counters>& counters) {
+  std::vector<Section> sections;
+  if (message) sections = messageSections(*message);
+  if (counters) {
+    const auto counted = counterSections(*counters);
+    sections.insert(sections.end(), counted.begin(), counted.end());
   }
+  return sections;
+}
+
+int runStatus(const CommandLine& line) {
+  const auto colours = Colours::forOutput(line);
+  Agent agent;
+  const auto message = agent.statusMessage(line.has("--force"));
+  const auto counters = offeredCounters(agent);
+  if (line.has("--json")) {
+    writeOut(jsonOf(message, counters));
+    return kDone;
+  }
+  writeOut(aligned(allSections(message, counters), colours));
+  if (!message) complain("no status message is due; --force fetches one in any case");
   return kDone;
 }
 

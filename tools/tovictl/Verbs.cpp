@@ -13,8 +13,8 @@ const std::vector<Verb>& verbs() {
   inactive      nothing is captured; the agent is not enrolled, or was disabled
   undetermined  nothing is captured until the state is settled
 
-The agent's key is never printed. With --json: an object with "state" and
-"agent_id" (null when not enrolled).
+The agent's key is never printed. With --json: "state" and "agent_id" (null when
+not enrolled).
 )",
        {},
        0,
@@ -35,8 +35,7 @@ user of the machine could see it.
                    standard input; blanks at the end are dropped
 
 Prints the state afterwards. The exit status is 1 when that is not "active". An
-agent that is active already keeps its enrollment. With --json: an object with
-"state".
+agent that is active already keeps its enrollment. With --json: "state".
 )",
        {{"--uuid", true}, {"--key-file", true}},
        0,
@@ -45,16 +44,21 @@ agent that is active already keeps its enrollment. With --json: an object with
 
       {"status",
        "status [--force]",
-       "fetch the status message",
-       R"(Fetches the status message and prints it: state, versions, settings, counters
-and the machine. The daemon gives one when its polling interval has passed, and
-then waits for a report on it (see 'tovictl report --help'); when none is due,
-that is said, and the exit status is 0.
+       "show the status message, and what was captured and lost",
+       R"(Fetches the status message and prints it: state, versions, settings, the machine
+and the counters of all runs of the daemon. The daemon gives one when its
+polling interval has passed, and then waits for a report on it (see 'tovictl
+report --help'); when none is due, that is said, and the exit status is 0.
+
+In any case the counters since the daemon's start follow: packets, events and
+batches, in red what was lost. "Without a process" are queries whose process was
+not found; "Repeated, left out" are events that the repetition filter saved.
 
   --force  fetch one in any case; the daemon expects no report on it, and the
            polling interval starts anew
 
-With --json: the message as the daemon gave it, or null when none is due.
+With --json: "message", as the daemon gave it or null when none is due, and
+"counters", null when the daemon does not offer them.
 )",
        {{"--force"}},
        0,
@@ -71,7 +75,7 @@ reported on is given out again later.
   --ack   report "Ok" on each batch once it was printed: the daemon forgets it
   --nack  report "Nok" on each: the daemon keeps it, and slows down
 
-With --json: an object whose "messages" are objects with "id" and "batch".
+With --json: "messages", an array of objects with "id" and "batch".
 )",
        {{"--ack"}, {"--nack"}},
        0,
@@ -122,7 +126,7 @@ daemon's reply.
               may change the agent's state and settings; - stands for standard
               input
 
-With --json: an object with "reply" (null when the daemon has nothing to say).
+With --json: "reply" (null when the daemon has nothing to say).
 )",
        {},
        2,
@@ -133,7 +137,7 @@ With --json: an object with "reply" (null when the daemon has nothing to say).
        "settings",
        "show the daemon's settings",
        R"(Prints the settings of the daemon that differ from its built-in defaults, and
-those that it adds itself. With --json: an object.
+those that it adds itself. With --json: "settings", an object.
 )",
        {},
        0,
@@ -144,7 +148,7 @@ those that it adds itself. With --json: an object.
        "version",
        "show this program's version",
        R"(Prints the version of this program, without asking the daemon, whose version
-stands in the status message. With --json: an object with "version".
+stands in the status message. With --json: "version".
 )",
        {},
        0,

@@ -15,7 +15,7 @@ struct Verb {
   std::string synopsis;
   std::string summary;
   std::string description;
-  /// Beside --help and --json, which every verb takes.
+  /// Beside --help, --json and --color, which every verb takes.
   std::vector<Option> options;
   std::size_t fewestOperands;
   std::size_t mostOperands;

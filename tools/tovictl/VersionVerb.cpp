@@ -1,10 +1,11 @@
+#include "Json.h"
 #include "Output.h"
 #include "Verbs.h"
 
 namespace tovi::ctl {
 
 int runVersion(const CommandLine& line) {
-  writeOut(line.has("--json") ? R"({"version":")" TOVI_VERSION "\"}\n"
+  writeOut(line.has("--json") ? versionedLine({{"version", TOVI_VERSION}})
                               : "tovictl " TOVI_VERSION "\n");
   return kDone;
 }

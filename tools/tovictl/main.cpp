@@ -1,8 +1,11 @@
 #include <algorithm>
-#include <iostream>
+#include <clocale>
+#include <sstream>
 
 #include "CommandLine.h"
 #include "Output.h"
+#include "Suggestion.h"
+#include "Table.h"
 #include "Verbs.h"
 #include "platform/ServiceBus.h"
 
@@ -16,66 +19,127 @@ static constexpr const char* kExitStatusHelp = R"(EXIT STATUS
   4  the bus refuses access: only root and the group "tovi" may call
 )";
 
+static constexpr const char* kCommonHelp = R"(EVERY VERB TAKES
+  --json        objects for programs, one a line, each with "schema_version"
+  --color=WHEN  "auto" (on a terminal), "always" or "never"
+  --help        what the verb does
+
+)";
+
 static constexpr const char* kMoreHelp = R"(
 ENVIRONMENT
   TOVI_RESOURCES_DIR  the directory of the daemon's Info.plist, which names the
                       service on the bus; where it was installed when not set
+  NO_COLOR            no colours, when set to anything
 
 EXAMPLES
   tovictl enroll --uuid 0a1b2c3d --key-file /root/agent.key
   tovictl follow | logger -t dns
-  tovictl status --force --json | jq .stats
+  tovictl status --force --json | jq .counters
 )";
 
 static std::string generalHelp() {
   std::vector<Row> rows;
-  for (const auto& verb : verbs()) rows.emplace_back("  " + verb.name, verb.summary);
+  for (const auto& verb : verbs()) rows.push_back({"  " + verb.name, verb.summary});
   return "NAME\n  tovictl - control and query ToviDaemon\n\n"
          "SYNOPSIS\n  tovictl VERB [OPTION...] [ARGUMENT...]\n\nVERBS\n" +
-         aligned(rows) +
-         "\nEvery verb takes --json, for output that programs read, and --help.\n\n" +
-         kExitStatusHelp + kMoreHelp;
+         aligned(rows, Colours(false)) + "\n" + kCommonHelp + kExitStatusHelp + kMoreHelp;
 }
 
 static std::string helpOf(const Verb& verb) {
   return "NAME\n  tovictl " + verb.name + " - " + verb.summary + "\n\nSYNOPSIS\n  tovictl " +
-         verb.synopsis + " [--json]\n\nDESCRIPTION\n" + verb.description + "\n" + kExitStatusHelp;
+         verb.synopsis + "\n\nDESCRIPTION\n" + verb.description + "\n" + kCommonHelp +
+         kExitStatusHelp;
+}
+
+// Headings stand at the start of a line, and have no small letters.
+static std::string withHeadings(const std::string& help, const Colours& colours) {
+  std::istringstream lines(help);
+  std::string text, line;
+  while (std::getline(lines, line)) {
+    const bool isHeading = !line.starts_with(' ') &&
+                           std::none_of(line.begin(), line.end(),
+                                        [](char letter) { return letter >= 'a' && letter <= 'z'; });
+    text.append(colours(line, isHeading ? Tone::Heading : Tone::Plain)).append("\n");
+  }
+  return text;
+}
+
+static std::vector<std::string> verbNames() {
+  std::vector<std::string> names;
+  for (const auto& verb : verbs()) names.push_back(verb.name);
+  return names;
 }
 
 static const Verb& verbNamed(const std::string& name) {
   const auto found = std::find_if(verbs().begin(), verbs().end(),
                                   [&](const Verb& verb) { return verb.name == name; });
-  if (found == verbs().end()) throw UsageError("unknown verb " + name);
-  return *found;
+  if (found != verbs().end()) return *found;
+  throw UsageError("unknown verb " + name + suggestion(name, verbNames()) + "; see tovictl --help");
 }
 
-static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) {
-  auto options = verb.options;
-  options.insert(options.end(), {{"--help"}, {"--json"}});
-  const CommandLine line(arguments, options);
-  if (line.has("--help")) {
-    writeOut(helpOf(verb));
+static std::vector<Option> withCommon(std::vector<Option> options) {
+  options.insert(options.end(), {{"--help"}, {"-h"}, {"--json"}, {"--color", true}});
+  return options;
+}
+
+static bool asksForHelp(const CommandLine& line) {
+  return line.has("--help") || line.has("-h");
+}
+
+static void checkOperands(const Verb& verb, std::size_t number) {
+  if (number >= verb.fewestOperands && number <= verb.mostOperands) return;
+  const auto what = number < verb.fewestOperands ? " needs more" : " takes fewer";
+  throw UsageError(verb.name + what + " arguments: tovictl " + verb.synopsis);
+}
+
+static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) try {
+  const CommandLine line(arguments, withCommon(verb.options));
+  if (asksForHelp(line)) {
+    writeOut(withHeadings(helpOf(verb), Colours::forOutput(line)));
     return kDone;
   }
-  const auto operands = line.operands().size();
-  if (operands < verb.fewestOperands) throw UsageError(verb.name + " needs more arguments");
-  if (operands > verb.mostOperands) throw UsageError(verb.name + " takes fewer arguments");
+  checkOperands(verb, line.operands().size());
   return verb.run(line);
+} catch (const UsageError& fault) {
+  throw UsageError(std::string(fault.what()) + "; see tovictl " + verb.name + " --help");
 }
 
-static int runProgram(const std::vector<std::string>& arguments) {
-  if (arguments.empty()) throw UsageError("a verb is needed");
-  const auto& first = arguments.front();
-  if (first == "--help" || first == "-h" || first == "help") {
-    writeOut(generalHelp());
-    return kDone;
+static int runWithoutVerb(const std::vector<std::string>& arguments) {
+  const CommandLine line(arguments, withCommon({{"--version"}}));
+  if (line.has("--version")) {
+    std::vector<std::string> others = arguments;
+    std::erase(others, "--version");
+    return runVerb(verbNamed("version"), others);
   }
-  return runVerb(verbNamed(first == "--version" ? "version" : first),
-                 {arguments.begin() + 1, arguments.end()});
+  if (!asksForHelp(line)) {
+    throw UsageError("a verb is needed, such as \"tovictl status\"; see tovictl --help");
+  }
+  writeOut(withHeadings(generalHelp(), Colours::forOutput(line)));
+  return kDone;
 }
 
-static int complain(const std::string& text, int status) {
-  std::cerr << "tovictl: " << text << "\n";
+// "help VERB" is "VERB --help".
+static std::vector<std::string> withoutHelpVerb(std::vector<std::string> arguments) {
+  if (arguments.empty() || arguments.front() != "help") return arguments;
+  arguments.erase(arguments.begin());
+  arguments.push_back("--help");
+  return arguments;
+}
+
+static int runProgram(const std::vector<std::string>& given) {
+  auto arguments = withoutHelpVerb(given);
+  // Options that every verb takes may also stand before it.
+  const auto verb = std::find_if(arguments.begin(), arguments.end(),
+                                 [](const std::string& each) { return !each.starts_with('-'); });
+  if (verb == arguments.end()) return runWithoutVerb(arguments);
+  const auto name = *verb;
+  arguments.erase(verb);
+  return runVerb(verbNamed(name), arguments);
+}
+
+static int failure(const std::string& text, int status) {
+  complain(text);
   return status;
 }
 
@@ -84,26 +148,40 @@ static int exitStatusOf(platform::ServiceError::Kind kind) {
   return kind == platform::ServiceError::AccessDenied ? kAccessDenied : kFailed;
 }
 
-// The bus's own words on a refusal list its rules, not the remedy.
+// What the bus says, and what to do about it. Its own words on a refusal list its rules.
 static std::string describe(const platform::ServiceError& fault) {
-  if (fault.kind != platform::ServiceError::AccessDenied) return fault.what();
-  return "access denied: only root and the group \"tovi\" may call the daemon";
+  const std::string text = fault.what();
+  switch (fault.kind) {
+    case platform::ServiceError::NotRunning:
+      return text + "; start it with: systemctl start tovi-daemon";
+    case platform::ServiceError::AccessDenied:
+      return "access denied: only root and the group \"tovi\" may call the daemon; use sudo, or "
+             "join the group with: usermod -a -G tovi USER (and log in anew)";
+    case platform::ServiceError::NotOffered:
+      return "the running daemon does not offer this, it may be older than tovictl; start it anew "
+             "with: systemctl restart tovi-daemon";
+    case platform::ServiceError::Failed:
+      break;
+  }
+  return text;
 }
 
 static int guardedRun(const std::vector<std::string>& arguments) {
   try {
     return runProgram(arguments);
   } catch (const UsageError& fault) {
-    return complain(std::string(fault.what()) + "; see tovictl --help", kWrongUsage);
+    return failure(fault.what(), kWrongUsage);
   } catch (const platform::ServiceError& fault) {
-    return complain(describe(fault), exitStatusOf(fault.kind));
+    return failure(describe(fault), exitStatusOf(fault.kind));
   } catch (const std::exception& fault) {
-    return complain(fault.what(), kFailed);
+    return failure(fault.what(), kFailed);
   }
 }
 
 }  // namespace tovi::ctl
 
 int main(int count, char** arguments) {
+  // Which characters the terminal can show.
+  std::setlocale(LC_CTYPE, "");
   return tovi::ctl::guardedRun({arguments + 1, arguments + std::max(count, 1)});
 }

@@ -1,0 +1,76 @@
+#include "CounterSections.h"
+
+#include "service/StatisticsProtocol.h"
+
+namespace tovi::ctl {
+
+using Count = std::optional<std::int64_t>;
+
+static std::string text(const Count& count) {
+  return count ? grouped(*count) : "";
+}
+
+static std::string withShare(const Count& part, const Count& whole, const std::string& of) {
+  const auto share = shareOf(part, whole);
+  return text(part) + (share ? " (" + percentage(share) + " of " + of + ")" : "");
+}
+
+static Tone toneOf(const Count& count, Tone whenMany) {
+  return count.value_or(0) > 0 ? whenMany : Tone::Plain;
+}
+
+static Section captureSection(const Counters& counters) {
+  const auto captured = countOf(counters, statistics::kPacketsCaptured);
+  const auto dropped = countOf(counters, statistics::kPacketsDroppedByKernel);
+  const auto undecodable = countOf(counters, statistics::kPacketsUndecodable);
+  const auto all = captured.value_or(0) + dropped.value_or(0);
+  return {"Capture",
+          {{"Packets captured", text(captured)},
+           {"Dropped by the kernel", withShare(dropped, all, "all"), toneOf(dropped, Tone::Bad)},
+           {"Undecodable", withShare(undecodable, captured, "captured"),
+            toneOf(undecodable, Tone::Warning)},
+           {"DNS messages", text(countOf(counters, statistics::kMessages))}}};
+}
+
+static Section eventSection(const Counters& counters) {
+  const auto lookups = countOf(counters, statistics::kLookups);
+  const auto without = countOf(counters, statistics::kLookupsWithoutProcess);
+  const auto events = countOf(counters, statistics::kEvents);
+  const auto repeated = countOf(counters, statistics::kEventsRepeated);
+  return {"Events",
+          {{"Process lookups", text(lookups)},
+           {"Without a process", withShare(without, lookups, "lookups")},
+           {"Forgotten unanswered", text(countOf(counters, statistics::kExchangesForgotten))},
+           {"Messages refused", text(countOf(counters, statistics::kMessagesRefused))},
+           {"Events", text(events)},
+           {"Repeated, left out", withShare(repeated, events, "events")}}};
+}
+
+static Section batchSection(const Counters& counters) {
+  const auto dropped = countOf(counters, statistics::kBatchesDropped);
+  return {"Batches",
+          {{"Stored", text(countOf(counters, statistics::kBatchesStored))},
+           {"Waiting", text(countOf(counters, statistics::kBatchesWaiting))},
+           {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)}}};
+}
+
+std::vector<Section> counterSections(const Counters& counters) {
+  const auto uptime = countOf(counters, statistics::kUptimeSeconds);
+  return {{"Since the daemon started", {{"Up for", uptime ? uptimeText(*uptime) : ""}}},
+          captureSection(counters),
+          eventSection(counters),
+          batchSection(counters)};
+}
+
+std::string uptimeText(std::int64_t seconds) {
+  const auto text = [](std::int64_t number, const char* unit) {
+    return std::to_string(number) + unit;
+  };
+  const auto minutes = seconds / 60, hours = minutes / 60, days = hours / 24;
+  if (days > 0) return text(days, " d ") + text(hours % 24, " h");
+  if (hours > 0) return text(hours, " h ") + text(minutes % 60, " min");
+  if (minutes > 0) return text(minutes, " min ") + text(seconds % 60, " s");
+  return text(seconds, " s");
+}
+
+}  // namespace tovi::ctl
