@@ -7,11 +7,12 @@ say() { printf '%s\n' "tovi: $*" >&2; }
 fail() { say "$*"; exit 1; }
 
 build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsystemd-dev
-                libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev)
+                libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev libncurses-dev)
 run_packages=(dbus-daemon lsof dnsmasq-base)
 run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with; the browser opens reports.
-test_packages=(libgtest-dev chromium-headless-shell dbus-daemon lsof python3-jsonschema systemd)
+test_packages=(libgtest-dev chromium-headless-shell dbus-daemon lsof python3-jsonschema python3-pyte
+               systemd)
 # time is the program of that name, not the shell's word.
 bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python3 systemd time
                 valgrind)

@@ -4,11 +4,11 @@ _tovictl() {
   local cur prev words cword
   _init_completion -n = || return
 
-  local verbs='enroll follow messages report settings state status version' i
+  local verbs='enroll follow messages report settings state status top version' i
   local verb='' operands=0
   for ((i = 1; i < cword; i++)); do
     case ${words[i]} in
-      --color | --format | --interval | --key-file | --uuid) ((i++)) ;;
+      --color | --count | --format | --interval | --key-file | --uuid) ((i++)) ;;
       -?*) ;;
       *) if [[ $verb ]]; then ((++operands)); else verb=${words[i]}; fi ;;
     esac
@@ -18,7 +18,7 @@ _tovictl() {
     --key-file) _filedir; return ;;
     --format) COMPREPLY=($(compgen -W 'tovi ecs ocsf-1.8 ocsf-1.9' -- "$cur")); return ;;
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$cur")); return ;;
-    --interval | --uuid) return ;;
+    --count | --interval | --uuid) return ;;
   esac
 
   if [[ ! $verb ]]; then
@@ -30,6 +30,7 @@ _tovictl() {
       follow) options+=' --format --interval --once' ;;
       messages) options+=' --ack --nack' ;;
       status) options+=' --force' ;;
+      top) options+=' --interval --count --once' ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$cur"))
   else

@@ -1,6 +1,6 @@
 # fish completion for tovictl(1)
 
-set -l verbs enroll follow messages report settings state status version
+set -l verbs enroll follow messages report settings state status top version
 complete -c tovictl -f
 complete -c tovictl -l help -d 'show help'
 
@@ -13,6 +13,7 @@ complete -c tovictl -n $first -a report -d 'report a delivery'
 complete -c tovictl -n $first -a settings -d 'show the settings'
 complete -c tovictl -n $first -a state -d 'show the state of the agent'
 complete -c tovictl -n $first -a status -d 'show the status message, and what was captured and lost'
+complete -c tovictl -n $first -a top -d 'watch who asks for what, live'
 complete -c tovictl -n $first -a version -d 'show the version of tovictl'
 
 complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l json -d 'write JSON'
@@ -28,4 +29,7 @@ complete -c tovictl -n '__fish_seen_subcommand_from messages' -l ack -d 'report 
 complete -c tovictl -n '__fish_seen_subcommand_from messages' -l nack -d 'report each as failed'
 complete -c tovictl -n '__fish_seen_subcommand_from report' -F \
   -a 'status_message Ok Nok AgentDeliveredCompleted AgentFailDelivered'
+complete -c tovictl -n '__fish_seen_subcommand_from top' -l interval -x -d 'how often to ask, in seconds'
+complete -c tovictl -n '__fish_seen_subcommand_from top' -l count -x -d 'end after so many looks'
+complete -c tovictl -n '__fish_seen_subcommand_from top' -l once -d 'look once, then end'
 complete -c tovictl -n '__fish_seen_subcommand_from status' -l force -d 'fetch one in any case'

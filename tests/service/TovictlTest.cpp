@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/ChildProcess.h"
+#include "service/ToviAgentXPCProtocol.h"
 #include "tests/service/RunningService.h"
 #include "tests/support/PrivateBus.h"
 
@@ -11,6 +12,33 @@ namespace {
 
 constexpr auto kBatch = R"({"date":"then","events_data":[{"b":1,"a":2},{"c":3}]})";
 constexpr auto kEvents = "{\"b\":1,\"a\":2}\n{\"c\":3}\n";
+
+/// Entries of these names and response codes, each counted five times.
+PropertyValue entriesOf(const std::vector<std::string>& names) {
+  PropertyValue list;
+  auto& entries = list.value.emplace<PropertyValue::Array>(names.size());
+  for (std::size_t each = 0; each < names.size(); ++each) {
+    auto& entry = entries[each].value.emplace<PropertyDictionary>();
+    entry["name"].value = names[each];
+    entry["response_code"].value = names[each];
+    entry["count"].value = std::int64_t{5};
+  }
+  return list;
+}
+
+/// Something of everything that could upset a terminal.
+PropertyDictionary hostileActivity() {
+  const auto hostile =
+      entriesOf({"\033]0;owned\a\033[2J\033[?1049l", "\302\23331mC1", "\xE2\x80\xAErtl\xE2\x81\xA6",
+                 "line\nend\r\ttab", "e\xCC\x81\xCC\x81", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E",
+                 std::string(300, 'x'), "<b>'\"$(id)\\", ""});
+  return {{"window_seconds", {std::int64_t{60}}},
+          {"queries", {std::int64_t{45}}},
+          {"names", hostile},
+          {"processes", hostile},
+          {"failures", hostile},
+          {"resolvers", hostile}};
+}
 
 /// A program that runs beside the test, and its output.
 class Program {
@@ -55,12 +83,12 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
        {"", "unknown", "state extra", "state --force", "status --force=1", "report 1",
         "enroll --uuid", "enroll --uuid 1 --key-file k f", "messages --ack --nack",
         "follow --interval nan", "follow --interval 1s", "follow --format ocsf-2",
-        "state --color=red"}) {
+        "state --color=red", "top --count 0", "top --once --count 2"}) {
     EXPECT_EQ(sh(std::string("tovictl ") + arguments + " 2>/dev/null"), "2\n") << arguments;
   }
-  EXPECT_EQ(sh("for verb in '' state enroll status messages follow report settings version; do "
+  EXPECT_EQ(sh("for verb in '' state enroll status messages follow report settings top version; do "
                "tovictl $verb --help | grep '^EXIT STATUS'; done | wc -l"),
-            "9\n0\n");
+            "10\n0\n");
   EXPECT_EQ(sh("tovictl delete 2>&1"), "tovictl: unknown verb delete; see tovictl --help\n2\n");
   EXPECT_EQ(sh("tovictl enrol 2>&1 | cut -d' ' -f 5-8"), "(did you mean \"enroll\"?);\n0\n");
   EXPECT_EQ(sh("tovictl --json sttaus 2>&1"),
@@ -71,7 +99,7 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
 }
 
 TEST_F(TovictlTest, MissingDaemonIsStatusThreeAndOneLineThatSaysWhatToDo) {
-  for (const char* verb : {"state", "follow"}) {
+  for (const char* verb : {"state", "follow", "top"}) {
     EXPECT_EQ(sh("tovictl " + std::string(verb) + " 2>&1"),
               "tovictl: the service io.tovi.ToviAgentXPC is not running; start it with: systemctl "
               "start tovi-daemon\n3\n");
@@ -114,6 +142,36 @@ TEST_F(TovictlTest, StatusIsShownWhenOneIsDue) {
       "7}}\n{\"schema_version\":1,\"message\":null,\"counters\":{\"packets_captured\":7}}\n0\n");
 }
 
+TEST_F(TovictlTest, OlderDaemonWithoutStatisticsStillHasAStatus) {
+  std::promise<void> up;
+  std::atomic<bool> ending = false;
+  std::thread daemon([&] {
+    using enum platform::ServiceType;
+    platform::MainLoop loop;
+    const auto none = [](const std::string&, const platform::ServiceParameters&) {
+      return platform::ServiceParameters{std::optional<std::string>()};
+    };
+    const platform::ServiceBus bus(
+        loop, xpc::kServiceName,
+        {{xpc::kObjectPath,
+          xpc::kInterfaceName,
+          {{xpc::kGetStatusEvent, {{Bool, "force"}}, {{OptionalText, "message"}}, none}}}},
+        [](const std::string&) {});
+    const auto watch = loop.repeat(std::chrono::milliseconds(10), [&] {
+      if (ending) loop.quit();
+    });
+    up.set_value();
+    loop.run();
+  });
+  up.get_future().get();
+  EXPECT_EQ(sh("tovictl top 2>&1 | cut -d, -f1; (exit ${PIPESTATUS[0]})"),
+            "tovictl: the running daemon does not offer this\n1\n");
+  EXPECT_EQ(sh("tovictl status --json"),
+            "{\"schema_version\":1,\"message\":null,\"counters\":null}\n0\n");
+  ending = true;
+  daemon.join();
+}
+
 TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf) {
   daemon_.counted = {{"uptime_seconds", {std::int64_t{11520}}},
                      {"packets_captured", {std::int64_t{1'234'500}}},
@@ -129,6 +187,21 @@ TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf)
     EXPECT_NE(shown.find(line), shown.npos) << line << shown;
   }
   EXPECT_EQ(shown.find("Undecodable"), shown.npos);
+}
+
+TEST_F(TovictlTest, TopPrintsLinesAndTakesNothingFromTheCompanion) {
+  daemon_.statusMessage = "{\"active\":true}";
+  daemon_.batches = {{"1", kBatch}};
+  daemon_.recent = {{"queries", {std::int64_t{5}}}, {"failures", entriesOf({"\033[31mname"})}};
+  serve();
+  const auto lines = sh("tovictl top --count 2 --interval 0.1 | grep -e ^exch -e ^fail");
+  const std::string once =
+      "exchanges 5 queries, 0 answers, 0 failed in 0 s\nfailure 5 \\x1B[31mname \\x1B[31mname\n";
+  EXPECT_EQ(lines, once + once + "0\n");
+  EXPECT_NE(sh("tovictl top --json --once").find("\"rates\":null,\"activity\":{"), lines.npos);
+  EXPECT_TRUE(callsAfterwards().empty());
+  EXPECT_EQ(log_.count("getDNSMessages"), 0);
+  EXPECT_TRUE(daemon_.statusMessage);
 }
 
 TEST_F(TovictlTest, MessagesAreReportedOnlyWhenAskedAndOnlyAfterPrinting) {
@@ -228,14 +301,28 @@ TEST_F(TovictlTest, FollowOutlivesADaemonAndEndsWithItsReader) {
   EXPECT_EQ(follow.end(), 0);
 }
 
+TEST_F(TovictlTest, TopRulesATerminalWhateverNamesAreAskedFor) {
+  daemon_.recent = hostileActivity();
+  serve();
+  Program check(DEBIAN_PYTHON " " TOVI_SOURCE_DIR "/tests/service/check-terminal.py " TOVICTL);
+  EXPECT_EQ(check.line(), "shown\n");
+  service_.reset();
+  EXPECT_EQ(check.line(), "waits\n");
+  serve();
+  EXPECT_EQ(check.line(), "goes on\n");
+  EXPECT_EQ(check.line(), "");
+  EXPECT_EQ(check.end(), 0);
+}
+
 TEST_F(TovictlTest, JsonOfEveryVerbMatchesTheSchema) {
   daemon_.batches = {{"1", kBatch}, {"2", "broken"}};
+  daemon_.recent = hostileActivity();
   serve();
   const std::string check =
       DEBIAN_PYTHON " " TOVI_SOURCE_DIR "/tests/service/validate-output.py " TOVI_SOURCE_DIR
                     "/docs/tovictl.schema.json ";
   for (const std::string call : {"state", "status", "status --force", "messages", "report 7 Ok",
-                                 "settings", "version", "enroll"}) {
+                                 "settings", "top --once", "version", "enroll"}) {
     EXPECT_EQ(sh("echo {} | tovictl " + call + " --json | " + check + call), "0\n") << call;
   }
 }

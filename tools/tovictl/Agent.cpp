@@ -65,4 +65,8 @@ Counters Agent::counters() {
   return countersFrom(statistics(statistics::kGetCounters));
 }
 
+Activity Agent::activity() {
+  return activityFrom(statistics(statistics::kGetActivity));
+}
+
 }  // namespace tovi::ctl

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "Activity.h"
 #include "Counters.h"
 #include "core/ToviAgentProtocol.h"
 #include "platform/ServiceBus.h"
@@ -27,8 +28,9 @@ class Agent {
   std::optional<std::string> statusMessage(bool force);
   platform::ServiceValue::Dictionary settings();
 
-  /// The daemon's statistics. Throws with the kind NotOffered when the daemon has none yet.
+  /// The daemon's statistics. Both throw with the kind NotOffered when the daemon has none yet.
   Counters counters();
+  Activity activity();
 
  private:
   platform::ServiceParameters call(const std::string& method,

@@ -144,6 +144,36 @@ those that it adds itself. With --json: "settings", an object.
        0,
        runSettings},
 
+      {"top",
+       "top [--interval SECONDS] [--once | --count NUMBER]",
+       "watch who asks for what, live",
+       R"(Shows the exchanges of the last minute, and goes on doing so: the names most
+asked for, the processes that ask, the failures, the resolvers that answer, and
+what waits or was lost. It only looks: batches stay where they are.
+
+  --interval SECONDS  how often to ask the daemon, 0.1 to 3600; 2 when not given
+  --count NUMBER      print plain lines so many times, then end
+  --once              the same as --count 1
+
+Keys:
+  q            quit
+  p or space   pause, and go on
+  s            sort by count or by name
+  Tab          the next panel alone, and all four again at the end
+  1 2 3 4, 0   names, processes, failures or resolvers alone; all of them
+  ? or h       help
+
+Where the output is no terminal, and with --count, each look is a block of plain
+lines. With --json each look is an object with "time", "counters", "activity"
+and "rates" (per second since the look before; null at the first). A daemon that
+goes away is waited for, and not started; one that is not there at the start
+ends with status 3.
+)",
+       {{"--interval", true}, {"--count", true}, {"--once"}},
+       0,
+       0,
+       runTop},
+
       {"version",
        "version",
        "show this program's version",

@@ -31,6 +31,7 @@ int runMessages(const CommandLine& line);
 int runFollow(const CommandLine& line);
 int runReport(const CommandLine& line);
 int runSettings(const CommandLine& line);
+int runTop(const CommandLine& line);
 int runVersion(const CommandLine& line);
 
 }  // namespace tovi::ctl

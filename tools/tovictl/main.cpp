@@ -34,6 +34,7 @@ ENVIRONMENT
 
 EXAMPLES
   tovictl enroll --uuid 0a1b2c3d --key-file /root/agent.key
+  tovictl top
   tovictl follow | logger -t dns
   tovictl status --force --json | jq .counters
 )";
@@ -113,7 +114,8 @@ static int runWithoutVerb(const std::vector<std::string>& arguments) {
     return runVerb(verbNamed("version"), others);
   }
   if (!asksForHelp(line)) {
-    throw UsageError("a verb is needed, such as \"tovictl status\"; see tovictl --help");
+    throw UsageError(
+        "a verb is needed, such as \"tovictl status\" or \"tovictl top\"; see tovictl --help");
   }
   writeOut(withHeadings(generalHelp(), Colours::forOutput(line)));
   return kDone;

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Sampler.h"
+#include "Screen.h"
+#include "TopModel.h"
+
+namespace tovi::ctl {
+
+/// `top` on a terminal, until a key or a signal ends it. One thread.
+class LiveTop {
+ public:
+  /// `first` is shown until there is more. Throws what Screen and Sampler throw.
+  LiveTop(const Sample& first, std::chrono::milliseconds interval, bool coloured);
+
+  /// Returns when "q" is pressed, at SIGINT, SIGTERM, SIGQUIT and SIGHUP, and when the terminal is
+  /// gone.
+  void run();
+
+ private:
+  /// False at the end.
+  bool wait();
+  /// False when the key ends it.
+  bool press(int key);
+  bool pressAll();
+  void draw();
+
+  // In this order: the signals are held back before the thread starts, which inherits that, and the
+  // screen is taken last.
+  TopModel model_;
+  Sampler sampler_;
+  Screen screen_;
+};
+
+}  // namespace tovi::ctl
