@@ -90,7 +90,7 @@ class Follower {
 /// Says why nothing is to be seen at first.
 static void explainTheWait() {
   if (Agent().activationStatus().state == rawValue(AgentState::active)) {
-    complain("events come in batches, about a minute after they happened; Ctrl-C ends");
+    complain("events come in batches, which may take a minute; Ctrl-C ends");
   } else {
     complain("the agent is not active, so that nothing is captured; see: tovictl state");
   }

@@ -27,13 +27,13 @@ static std::size_t distance(std::string_view one, std::string_view other) {
   return table[one.size()][other.size()];
 }
 
-// The smaller, the nearer. A word is no slip of the fingers when more than half of it differs.
+// The smaller, the nearer. A word is no slip of the fingers when half of it differs.
 static std::size_t farness(std::string_view word, std::string_view known) {
   constexpr std::size_t kFewestForPrefix = 2;
   if (word.size() >= kFewestForPrefix && known.starts_with(word)) return 1;
   if (word.size() > known.size() + kFarthest) return kFarthest + 1;
   const auto steps = distance(word, known);
-  return steps * 2 > known.size() ? kFarthest + 1 : steps;
+  return steps * 2 >= known.size() ? kFarthest + 1 : steps;
 }
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& known) {

@@ -106,7 +106,7 @@ printed as usual.
 
 Ends with status 0 on SIGINT, SIGTERM and when the output is closed. When the
 daemon goes away, this is said once, and events go on when it is back; only a
-daemon that is not there at the start ends with status 3.
+daemon that is not there at the start ends with status 3. With --json: the same.
 )",
        {{"--format", true}, {"--interval", true}, {"--once"}},
        0,

@@ -43,7 +43,7 @@ static std::string generalHelp() {
   std::vector<Row> rows;
   for (const auto& verb : verbs()) rows.push_back({"  " + verb.name, verb.summary});
   return "NAME\n  tovictl - control and query ToviDaemon\n\n"
-         "SYNOPSIS\n  tovictl VERB [OPTION...] [ARGUMENT...]\n\nVERBS\n" +
+         "SYNOPSIS\n  tovictl VERB [OPTION...] [ARGUMENT...]\n  tovictl help VERB\n\nVERBS\n" +
          aligned(rows, Colours(false)) + "\n" + kCommonHelp + kExitStatusHelp + kMoreHelp;
 }
 
@@ -106,31 +106,29 @@ static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) 
   throw UsageError(std::string(fault.what()) + "; see tovictl " + verb.name + " --help");
 }
 
-static int runWithoutVerb(const std::vector<std::string>& arguments) {
-  const CommandLine line(arguments, withCommon({{"--version"}}));
-  if (line.has("--version")) {
-    std::vector<std::string> others = arguments;
-    std::erase(others, "--version");
-    return runVerb(verbNamed("version"), others);
-  }
+static int runWithoutVerb(const std::vector<std::string>& arguments) try {
+  const CommandLine line(arguments, withCommon({}));
   if (!asksForHelp(line)) {
-    throw UsageError(
-        "a verb is needed, such as \"tovictl status\" or \"tovictl top\"; see tovictl --help");
+    throw UsageError("a verb is needed, such as \"tovictl status\" or \"tovictl top\"");
   }
   writeOut(withHeadings(generalHelp(), Colours::forOutput(line)));
   return kDone;
+} catch (const UsageError& fault) {
+  throw UsageError(std::string(fault.what()) + "; see tovictl --help");
 }
 
-// "help VERB" is "VERB --help".
-static std::vector<std::string> withoutHelpVerb(std::vector<std::string> arguments) {
-  if (arguments.empty() || arguments.front() != "help") return arguments;
+// "help VERB" is "VERB --help", and "--version" is "version".
+static std::vector<std::string> withOneSpelling(std::vector<std::string> arguments) {
+  if (arguments.empty()) return arguments;
+  if (arguments.front() == "--version") arguments.front() = "version";
+  if (arguments.front() != "help") return arguments;
   arguments.erase(arguments.begin());
   arguments.push_back("--help");
   return arguments;
 }
 
 static int runProgram(const std::vector<std::string>& given) {
-  auto arguments = withoutHelpVerb(given);
+  auto arguments = withOneSpelling(given);
   // Options that every verb takes may also stand before it.
   const auto verb = std::find_if(arguments.begin(), arguments.end(),
                                  [](const std::string& each) { return !each.starts_with('-'); });
