@@ -9,9 +9,9 @@
 
 #include "capture/MessageObserverProtocol.h"
 #include "capture/Undecodable.h"
+#include "events/BoundedCounts.h"
 #include "events/ToviDNSEvent.h"
 #include "tools/tovi-replay/report/AnswerTimes.h"
-#include "events/BoundedCounts.h"
 #include "tools/tovi-replay/report/ExchangeMatcher.h"
 #include "tools/tovi-replay/report/Timeline.h"
 
