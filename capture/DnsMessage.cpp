@@ -37,11 +37,40 @@ bool isPointer(std::byte octet) {
   return octet >= std::byte{0xc0};
 }
 
+bool hasManyPointers(std::span<const std::byte> bytes) {
+  return std::ranges::count_if(bytes, isPointer) > kMaxPointerChain;
+}
+
+/// Steps over a name up to its end or its first pointer.
+void skipName(ByteCursor& cursor) {
+  while (!cursor.bad()) {
+    const std::uint8_t length = cursor.u8();
+    if (length == 0) return;
+    cursor.skip(isPointer(std::byte{length}) ? 1 : length);
+    if (isPointer(std::byte{length})) return;
+  }
+}
+
+/// The message up to the end of its answers; all of it when that cannot be found.
+std::span<const std::byte> upToAnswers(std::span<const std::byte> bytes, unsigned questions,
+                                       unsigned answers) {
+  ByteCursor cursor(bytes.subspan(KNOT_WIRE_HEADER_SIZE));
+  for (; questions > 0 && !cursor.bad(); --questions) {
+    skipName(cursor);
+    cursor.skip(4);
+  }
+  for (; answers > 0 && !cursor.bad(); --answers) {
+    skipName(cursor);
+    cursor.skip(8);
+    cursor.skip(cursor.u16());
+  }
+  return cursor.bad() ? bytes : bytes.first(bytes.size() - cursor.rest().size());
+}
+
 /// Whether somewhere a compression pointer leads to a pointer, and that to the next, and so on.
 /// Each is legal, and so would be thousands of records that each follow thousands of them.
 bool hasLongPointerChain(std::span<const std::byte> bytes) {
   constexpr std::size_t kPointerReach = 1 << 14;
-  if (std::ranges::count_if(bytes, isPointer) <= kMaxPointerChain) return false;
   std::array<std::uint8_t, kPointerReach> chain;
   const auto octet = [&](std::size_t at) { return std::to_integer<unsigned>(bytes[at]); };
   const std::size_t size = std::min(bytes.size(), kPointerReach);
@@ -140,10 +169,13 @@ struct DnsMessage::Record {
 DnsMessage::DnsMessage(std::span<const std::byte> bytes)
     : bytes_(bytes), position_(KNOT_WIRE_HEADER_SIZE) {
   if (bytes.size() < KNOT_WIRE_HEADER_SIZE) throw MalformedDns(Undecodable::dnsHeader);
-  if (hasLongPointerChain(bytes)) throw MalformedDns(Undecodable::pointerChain);
   header_ = readHeader(wire());
   questionsLeft_ = knot_wire_get_qdcount(wire());
   answersLeft_ = knot_wire_get_ancount(wire());
+  if (hasManyPointers(bytes) &&
+      hasLongPointerChain(upToAnswers(bytes, questionsLeft_, answersLeft_))) {
+    throw MalformedDns(Undecodable::pointerChain);
+  }
 }
 
 bool DnsMessage::nextQuestion(DnsQuestion& question) {

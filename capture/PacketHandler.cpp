@@ -110,4 +110,8 @@ void PacketHandler::onPacketArrives(const CapturedFrame& frame) {
   state_->handle(frame);
 }
 
+void PacketHandler::onCaptureEnds() {
+  state_->streams.finish();
+}
+
 }  // namespace tovi

@@ -80,8 +80,13 @@ void TcpReassembler::add(const TcpSegment& segment, Time time) {
     known = passGap(*stream, segment.missing);
   }
   memory_ += stream->memory();
-  if (!known || segment.rst) return forget(stream);
-  while (memory_ > kMaxMemory) forget(streams_.begin());
+  if (!known) return forget(stream);
+  if (segment.rst) return giveUp(stream);
+  while (memory_ > kMaxMemory) giveUp(streams_.begin());
+}
+
+void TcpReassembler::finish() {
+  while (!streams_.empty()) giveUp(streams_.begin());
 }
 
 TcpReassembler::Streams::iterator TcpReassembler::find(const Flow& flow) {
@@ -91,7 +96,7 @@ TcpReassembler::Streams::iterator TcpReassembler::find(const Flow& flow) {
 
 TcpReassembler::Streams::iterator TcpReassembler::open(const Flow& flow, std::uint32_t sequence,
                                                        Time time) {
-  if (streams_.size() == kMaxStreams) forget(streams_.begin());
+  if (streams_.size() == kMaxStreams) giveUp(streams_.begin());
   // Room below for positions of what is sent again.
   const std::uint64_t start = (std::uint64_t{1} << 32) + sequence;
   streams_.push_back(
@@ -107,12 +112,24 @@ TcpReassembler::Streams::iterator TcpReassembler::streamFor(const TcpSegment& se
   auto stream = find(segment.flow);
   if (stream != streams_.end() && segment.syn &&
       static_cast<std::uint32_t>(stream->start) != sequence) {
-    forget(stream);
+    giveUp(stream);
     stream = streams_.end();
   }
   if (stream != streams_.end()) return stream;
   const bool begins = segment.syn || startsMessage(segment.payload);
   return begins && !segment.rst ? open(segment.flow, sequence, time) : streams_.end();
+}
+
+/// Forgets a stream of which no more is waited for: what is missing is lost.
+void TcpReassembler::giveUp(Streams::iterator stream) {
+  memory_ -= stream->memory();
+  bool known = true;
+  while (known && !stream->ahead.empty()) {
+    known = passGap(*stream, stream->ahead.begin()->first - stream->next);
+  }
+  if (known && !stream->partial.empty()) lost_(Undecodable::tcpGap);
+  memory_ += stream->memory();
+  forget(stream);
 }
 
 void TcpReassembler::forget(Streams::iterator stream) {
@@ -123,7 +140,7 @@ void TcpReassembler::forget(Streams::iterator stream) {
 
 void TcpReassembler::forgetIdle(Time now) {
   while (!streams_.empty() && now - streams_.front().lastUsed > kIdleTime) {
-    forget(streams_.begin());
+    giveUp(streams_.begin());
   }
 }
 

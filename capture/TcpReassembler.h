@@ -39,6 +39,8 @@ class TcpReassembler {
       : message_(std::move(message)), lost_(std::move(lost)) {}
 
   void add(const TcpSegment& segment, Time time);
+  /// Nothing more will come: what waits for missing segments is passed on without them.
+  void finish();
 
  private:
   using Bytes = std::vector<std::byte>;
@@ -69,6 +71,7 @@ class TcpReassembler {
   Streams::iterator find(const Flow& flow);
   Streams::iterator open(const Flow& flow, std::uint32_t sequence, Time time);
   Streams::iterator streamFor(const TcpSegment& segment, std::uint32_t sequence, Time time);
+  void giveUp(Streams::iterator stream);
   void forget(Streams::iterator stream);
   void forgetIdle(Time now);
 

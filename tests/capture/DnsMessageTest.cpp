@@ -73,10 +73,11 @@ TEST(DnsMessageTest, MalformedMessagesAreAbandoned) {
   const std::string asked = question("example.org"), type = u32(0x10001);
   const std::string label = counted(std::string(63, 'n'));
   const std::string good = dnsMessage(1, 0, {asked}, {record(1, "\1\2\3\4")});
-  std::string pointers = "\1a"s + '\0';
-  for (unsigned at = 13; at < 60; at += 2) pointers += u16(0xc000 | at);
+  // Each name is a pointer to the one before.
+  std::vector<std::string> chain = {dnsName("a") + type, "\xc0\x0c" + type};
+  for (unsigned at = 19; at < 79; at += 6) chain.push_back(u16(0xc000 | at) + type);
   const std::tuple<const char*, std::string, Undecodable> cases[] = {
-      {"chain of pointers", dnsMessage(1, 0, {pointers}), Undecodable::pointerChain},
+      {"chain of pointers", dnsMessage(1, 0, chain), Undecodable::pointerChain},
       {"short header", good.substr(0, 11), Undecodable::dnsHeader},
       {"pointer to itself", dnsMessage(1, 0, {"\xc0\x0c" + type}), Undecodable::question},
       {"pointer loop", dnsMessage(1, 0, {"\1a\xc0\x0c" + type, "\xc0\x10" + type}),
@@ -101,6 +102,11 @@ TEST(DnsMessageTest, MalformedMessagesAreAbandoned) {
     EXPECT_TRUE(recorder.texts.empty()) << name;
     EXPECT_EQ(recorder.abandoned, std::vector{reason}) << name;
   }
+  std::string behind = "\xc0\x0c";
+  while (behind.size() < 40) {
+    behind += u16(static_cast<unsigned>(0xc000 | (good.size() + behind.size() - 2)));
+  }
+  EXPECT_TRUE(textOf(good + behind));
   EXPECT_TRUE(
       textOf(dnsMessage(1, 0, {label + label + label + dnsName(std::string(61, 'n')) + type}) +
              "rubbish"));

@@ -39,6 +39,8 @@ class Streams {
                  TcpReassembler::Time(std::chrono::seconds(segment.second)));
   }
 
+  void end() { streams_.finish(); }
+
   std::string messages;
   std::size_t count = 0;
   std::vector<Undecodable> lost;
@@ -77,12 +79,15 @@ TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {
        {tcpGap}},
       {"cut across a message", {syn, {100, a.substr(0, 20), 0, 30}, at(151, c)}, c, {tcpGap}},
       {"length below a header", {syn, at(100, std::string(99, '\0')), at(199, b)}, b, {tcpLength}},
-      {"reset", {syn, front, at(120, "", kRst), at(120, a.substr(20)), at(200, b)}, b},
-      {"same ports again", {syn, front, at(4999, "", kSyn), at(5000, b)}, b},
-      {"idle", {syn, front, {120, a.substr(20), 0, 0, 31}}, ""}};
+      {"reset", {syn, front, at(120, "", kRst), at(120, a.substr(20)), at(200, b)}, b, {tcpGap}},
+      {"reset in between", {syn, at(100, a), at(150, "", kRst)}, a},
+      {"same ports again", {syn, front, at(4999, "", kSyn), at(5000, b)}, b, {tcpGap}},
+      {"idle", {syn, front, {120, a.substr(20), 0, 0, 31}}, "", {tcpGap}},
+      {"a segment that never came", {syn, at(110, a.substr(10)), at(186, b)}, b, {tcpGap}}};
   for (const auto& [name, segments, messages, lost] : cases) {
     Streams streams;
     for (const auto& segment : segments) streams.give(segment);
+    streams.end();
     EXPECT_EQ(streams.messages, messages) << name;
     EXPECT_EQ(streams.lost, lost) << name;
   }

@@ -81,6 +81,7 @@ bool Replay::replayFile(const std::filesystem::path& file) try {
   auto handler = makeHandler();
   CapturedFrame frame{};
   while (output_.failure() == 0 && capture.next(frame)) replayFrame(handler, frame);
+  handler.onCaptureEnds();
   return true;
 } catch (const CaptureFileError& error) {
   if (figures_) figures_->addFault(error.what());

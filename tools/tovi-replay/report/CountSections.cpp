@@ -152,7 +152,7 @@ void writeUndecodable(HtmlText& page, const ReportFigures& figures) {
   beginSection(page, "undecodable", "What could not be decoded", "frames and messages");
   const auto total = figures.undecodable();
   if (total == 0) {
-    page << "<p class=\"none\">Nothing: whatever came over port 53 was decoded.</p></section>\n";
+    page << "<p class=\"none\">Nothing was found that could not be decoded.</p></section>\n";
     return;
   }
   std::vector<std::pair<std::uint64_t, std::string_view>> reasons;
