@@ -47,6 +47,7 @@ PropertyDictionary DaemonStatistics::counters() {
        {std::pair<const char*, const Tally&>{kPacketsCaptured, capture.packets},
         {kPacketsDroppedByKernel, capture.droppedByKernel},
         {kPacketsUndecodable, capture.undecodable},
+        {kMessagesOfOtherTypes, capture.ofOtherTypes},
         {kMessages, capture.messages},
         {kLookups, capture.lookups},
         {kLookupsWithoutProcess, capture.lookupsWithoutProcess},
@@ -55,7 +56,8 @@ PropertyDictionary DaemonStatistics::counters() {
         {kEvents, sources_.builder.events()},
         {kEventsRepeated, sources_.packer.repeated()},
         {kBatchesStored, sources_.persistence.stored()},
-        {kBatchesDropped, sources_.persistence.dropped()}}) {
+        {kBatchesDropped, sources_.persistence.dropped()},
+        {kBatchesUnreadable, sources_.persistence.unreadable()}}) {
     counters[key] = valueOf(tally.count());
   }
   if (const auto waiting = sources_.persistence.waiting()) {
@@ -66,7 +68,7 @@ PropertyDictionary DaemonStatistics::counters() {
 
 PropertyDictionary DaemonStatistics::activity() {
   const auto summary = sources_.activity.summary();
-  return {{kWindowSeconds, {std::int64_t{RecentActivity::kWindow.count()}}},
+  return {{kWindowSeconds, {std::int64_t{summary.covered.count()}}},
           {kQueries, valueOf(summary.queries)},
           {kResponses, valueOf(summary.responses)},
           {kFailedResponses, valueOf(summary.failedResponses)},

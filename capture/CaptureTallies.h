@@ -10,8 +10,10 @@ struct CaptureTallies {
   Tally packets;
   /// Those that the kernel had no room for, since they were not fetched fast enough.
   Tally droppedByKernel;
-  /// Packets, and messages of a TCP stream, that are no sound DNS.
+  /// Packets, and messages of a TCP stream, that are no sound DNS or were cut off.
   Tally undecodable;
+  /// Messages with a record type that has no name in a record text, such as HTTPS.
+  Tally ofOtherTypes;
   /// Messages that were passed on.
   Tally messages;
   /// Queries whose process was looked for, and those of them for which none was found.

@@ -121,22 +121,25 @@ std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::strin
                                                                 const std::string& dnsServers) {
   const unsigned index = if_nametoindex(interfaceName.c_str());
   return std::make_shared<PacketHandler>(
-      PacketHandler::Collaborators{.processLookup =
-                                       [this, index](const auto& flow) {
-                                         return lookUp({flow, index});
-                                       },
-                                   .sink =
-                                       [this](std::string_view recordText) {
-                                         tallies_.messages.add();
-                                         entry_(recordText);
-                                       },
-                                   .observer = observer_,
-                                   .abandoned =
-                                       [this](Undecodable) {
-                                         tallies_.undecodable.add();
-                                         print(stdout, "Error parsing packet ");
-                                       }},
+      PacketHandler::Collaborators{
+          .processLookup =
+              [this, index](const auto& flow) {
+                return lookUp({flow, index});
+              },
+          .sink =
+              [this](std::string_view recordText) {
+                tallies_.messages.add();
+                entry_(recordText);
+              },
+          .observer = observer_,
+          .abandoned = [this](Undecodable reason) { noteAbandoned(reason); }},
       dnsServers);
+}
+
+void PacketReaderWrapper::noteAbandoned(Undecodable reason) {
+  const bool isSound = reason == Undecodable::recordType;
+  (isSound ? tallies_.ofOtherTypes : tallies_.undecodable).add();
+  print(stdout, "Error parsing packet ");
 }
 
 std::string PacketReaderWrapper::lookUp(const platform::CapturedDatagram& datagram) {

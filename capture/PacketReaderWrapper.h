@@ -8,6 +8,7 @@
 
 #include "capture/CaptureTallies.h"
 #include "capture/MessageObserverProtocol.h"
+#include "capture/Undecodable.h"
 #include "platform/ProcessLookup.h"
 
 namespace tovi {
@@ -44,6 +45,7 @@ class PacketReaderWrapper {
  private:
   std::shared_ptr<PacketHandler> makeHandler(const std::string& interfaceName,
                                              const std::string& dnsServers);
+  void noteAbandoned(Undecodable reason);
   std::string lookUp(const platform::CapturedDatagram& datagram);
 
   // Constant after construction.

@@ -34,6 +34,11 @@ class BoundedCounts {
 
   /// The `count` texts with the greatest `most`, the greatest first; equals in the order of texts.
   std::vector<Entry> top(std::size_t count) const;
+  /// Each text that is kept and how often it was added at least, in no order.
+  template <typename Visitor>
+  void forEach(Visitor visit) const {
+    for (const auto& [text, count] : counts_) visit(text, count.most - count.excess);
+  }
   /// How often anything was added.
   std::uint64_t total() const { return total_; }
   /// How many texts are kept: all different ones while the counts are exact.

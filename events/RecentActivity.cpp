@@ -40,7 +40,8 @@ void RecentActivity::addResponse(Slot& slot, const ObservedMessage& message) {
 
 RecentActivity::Summary RecentActivity::summary() const {
   std::lock_guard lock(mutex_);
-  Summary summary{.names = top(&Slot::names),
+  Summary summary{.covered = covered(),
+                  .names = top(&Slot::names),
                   .processes = top(&Slot::processes),
                   .failures = top(&Slot::failures),
                   .resolvers = top(&Slot::resolvers)};
@@ -57,13 +58,24 @@ std::vector<RecentActivity::Entry> RecentActivity::top(BoundedCounts Slot::*kind
   std::unordered_map<std::string, std::uint64_t> counts;
   for (const auto& slot : slots_) {
     if (!isRecent(slot)) continue;
-    for (const auto& entry : (slot.*kind).top(kRoom.texts)) counts[entry.text] += entry.least;
+    (slot.*kind).forEach([&](const std::string& name, std::uint64_t least) {
+      counts[name] += least;
+    });
   }
   std::vector<Entry> entries;
   for (const auto& [name, count] : counts) entries.push_back({name, count});
   std::ranges::sort(entries, comesFirst);
   entries.resize(std::min(entries.size(), kShown));
   return entries;
+}
+
+// The slot of this moment is not over.
+std::chrono::seconds RecentActivity::covered() const {
+  using std::chrono::floor, std::chrono::seconds;
+  const auto now = timeProvider_.now();
+  const auto whole = kWindow - kSlotTime + floor<seconds>(now.time_since_epoch() % kSlotTime);
+  const auto running = floor<seconds>(now - start_);
+  return running >= seconds(0) ? std::min(whole, running) : whole;
 }
 
 std::int64_t RecentActivity::currentNumber() const {

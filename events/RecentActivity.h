@@ -29,6 +29,8 @@ class RecentActivity : public MessageObserverProtocol {
   /// The most frequent ones of each kind, the most frequent first, then by name. Where more came
   /// than are kept, a count is that of the times that are certain.
   struct Summary {
+    /// The time that the figures are of.
+    std::chrono::seconds covered{};
     std::uint64_t queries = 0;
     std::uint64_t responses = 0;
     std::uint64_t failedResponses = 0;
@@ -43,7 +45,8 @@ class RecentActivity : public MessageObserverProtocol {
   };
 
   /// The time provider must outlive it.
-  explicit RecentActivity(const TimeProviderProtocol& timeProvider) : timeProvider_(timeProvider) {}
+  explicit RecentActivity(const TimeProviderProtocol& timeProvider)
+      : timeProvider_(timeProvider), start_(timeProvider.now()) {}
 
   void observe(const ObservedMessage& message) override;
   Summary summary() const;
@@ -69,8 +72,10 @@ class RecentActivity : public MessageObserverProtocol {
   static void addResponse(Slot& slot, const ObservedMessage& message);
   std::vector<Entry> top(BoundedCounts Slot::*kind) const;
   bool isRecent(const Slot& slot) const;
+  std::chrono::seconds covered() const;
 
   const TimeProviderProtocol& timeProvider_;
+  const Date start_;
 
   // Guarded by the mutex.
   mutable std::mutex mutex_;

@@ -47,7 +47,8 @@ ToviDNSMessageBuilder::ToviDNSMessageBuilder(const Collaborators& collaborators,
 void ToviDNSMessageBuilder::feed(std::string_view recordText) {
   const RecordTextReader data(recordText);
   const auto id = decimalInteger(data.id);
-  if (id && *id != 0) feed(data, *id);
+  if (!id || *id == 0) return refused_.add();
+  feed(data, *id);
 }
 
 void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) try {
@@ -55,6 +56,7 @@ void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) 
   if (parseDataIntoEvent(data, *event, id)) {
     decide(event, id);
   } else {
+    refused_.add();
     logger_.debug("feed(_:)", "Can't get event data");
   }
 } catch (const AgentErrors& error) {

@@ -50,7 +50,8 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
 
   /// Events that went to the packer.
   const Tally& events() const { return events_; }
-  /// Texts that were refused: malformed ones and those about an undesired domain.
+  /// Texts that make no event: malformed ones, those without an identifier or a question, and those
+  /// about an undesired domain.
   const Tally& refused() const { return refused_; }
 
  private:

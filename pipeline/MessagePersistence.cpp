@@ -129,6 +129,7 @@ void MessagePersistence::handOver(Messages record, BatchesById& batches) {
     record.state = DeliveryState::HandedOver;
   } else {
     record.state = sealed ? DeliveryState::Undecryptable : DeliveryState::Empty;
+    unreadable_.add();
   }
   context_.update(record);
 }

@@ -59,6 +59,8 @@ class MessagePersistence : public MessagePersistenceProtocol {
   /// Batches that were committed, and batches that were given up.
   const Tally& stored() const { return stored_; }
   const Tally& dropped() const { return dropped_; }
+  /// Stored batches that could not be unsealed when they were to be handed over.
+  const Tally& unreadable() const { return unreadable_; }
   /// Batches in the store that are pending, or handed over and not reported on; none when the store
   /// cannot be read, which is logged.
   std::optional<std::uint64_t> waiting();
@@ -107,6 +109,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   // Any thread.
   Tally stored_;
   Tally dropped_;
+  Tally unreadable_;
   Pacer pacer_{kCommitSpacing};
 
   // Only on the queue.

@@ -15,8 +15,10 @@ inline constexpr const char* kUptimeSeconds = "uptime_seconds";
 inline constexpr const char* kPacketsCaptured = "packets_captured";
 /// Packets that the kernel had to drop, since the daemon did not fetch them fast enough.
 inline constexpr const char* kPacketsDroppedByKernel = "packets_dropped_by_kernel";
-/// Packets and messages that are no sound DNS.
+/// Packets and messages that are no sound DNS or were cut off.
 inline constexpr const char* kPacketsUndecodable = "packets_undecodable";
+/// Messages with a record type that is not reported, such as HTTPS. They are sound.
+inline constexpr const char* kMessagesOfOtherTypes = "messages_of_other_types";
 inline constexpr const char* kMessages = "messages";
 /// Queries whose process was looked for, and those of them for which none was found.
 inline constexpr const char* kLookups = "lookups";
@@ -24,7 +26,8 @@ inline constexpr const char* kLookupsWithoutProcess = "lookups_without_process";
 /// Exchanges that had no answer yet and were forgotten to make room for newer ones; an answer that
 /// still comes makes an event without its process. Most of them failed, and nothing is lost.
 inline constexpr const char* kExchangesForgotten = "exchanges_forgotten";
-/// Messages that make no event, as those about the collector's own name.
+/// Messages that make no event: those about the collector's own name, without a question, or with
+/// the identifier 0.
 inline constexpr const char* kMessagesRefused = "messages_refused";
 /// Exchanges with an answer.
 inline constexpr const char* kEvents = "events";
@@ -32,6 +35,8 @@ inline constexpr const char* kEvents = "events";
 inline constexpr const char* kEventsRepeated = "events_repeated";
 inline constexpr const char* kBatchesStored = "batches_stored";
 inline constexpr const char* kBatchesDropped = "batches_dropped";
+/// Stored batches that could not be unsealed when they were to be handed out.
+inline constexpr const char* kBatchesUnreadable = "batches_unreadable";
 /// In the store at this moment: pending, or handed out and not reported on.
 inline constexpr const char* kBatchesWaiting = "batches_waiting";
 

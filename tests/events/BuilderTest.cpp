@@ -77,6 +77,8 @@ TEST_F(Builder, TextWithoutUsableIdentifierProducesNothing) {
   }
   EXPECT_TRUE(packer_.events.empty());
   EXPECT_FALSE(variables_.getString("last_dns_event_timestamp"));
+  builder_.feed("id!7,opcode!0");
+  EXPECT_EQ(builder_.refused().count(), 7U);
 }
 
 TEST_F(Builder, CollectorsOwnDomainIsRefusedButBeginsAnEvent) {

@@ -53,10 +53,12 @@ TEST_F(RecentActivityTest, ShowsWhoAskedForWhatAndWhatFailed) {
 TEST_F(RecentActivityTest, ForgetsAfterAMinuteAndFollowsTheClock) {
   ask("old");
   clock_.advance(49);
+  EXPECT_EQ(activity_.summary().covered, std::chrono::seconds(49));
   ask("new");
   EXPECT_EQ(activity_.summary().names, (Entries{{"new", 1}, {"old", 1}}));
   clock_.advance(15);
   EXPECT_EQ(activity_.summary().names, (Entries{{"new", 1}}));
+  EXPECT_EQ(activity_.summary().covered, std::chrono::seconds(56));
   clock_.advance(-86400);
   EXPECT_TRUE(activity_.summary().names.empty());
   ask("now");

@@ -179,6 +179,8 @@ TEST_F(Delivery, RecordsWithoutAUsablePayloadAreParked) {
   EXPECT_EQ(namesIn(messages_.getNewMessages().at("")), "a ");
   EXPECT_EQ(states(), "443332");
   EXPECT_EQ(log_.count("Cant decrypt msg"), 3);
+  EXPECT_EQ(messages_.unreadable().count(), 5U);
+  EXPECT_EQ(messages_.waiting(), 1U);
 }
 
 TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSaveOrDoneAgain) {
