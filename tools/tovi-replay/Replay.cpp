@@ -6,8 +6,7 @@
 
 #include "capture/CaptureFile.h"
 #include "tools/tovi-replay/BatchStore.h"
-#include "tools/tovi-replay/EventCounter.h"
-#include "tools/tovi-replay/EventPrinter.h"
+#include "tools/tovi-replay/FilteredEvents.h"
 #include "tools/tovi-replay/report/ReportFile.h"
 #include "tools/tovi-replay/report/ReportPage.h"
 
@@ -59,11 +58,10 @@ std::unique_ptr<EventDestination> Replay::makeDestination() {
   }
   if (options_.output() == ReplayOptions::Output::report) {
     if (!options_.reportsToStandardOutput()) checkReportFile(options_.reportFile);
-    return std::make_unique<EventCounter>(figures_.emplace(), counts_, clock_,
-                                          options_.repetitionInterval);
+    figures_.emplace();
   }
-  return std::make_unique<EventPrinter>(output_, counts_, clock_, options_.format,
-                                        options_.repetitionInterval);
+  return std::make_unique<FilteredEvents>(counts_, clock_, options_.repetitionInterval,
+                                          [this](const ToviDNSEvent& event) { takeEvent(event); });
 }
 
 bool Replay::run() {
@@ -111,6 +109,14 @@ void Replay::takeRecord(std::string_view recordText) {
     output_.writeLine(recordText);
   } else {
     builder_.feed(recordText);
+  }
+}
+
+void Replay::takeEvent(const ToviDNSEvent& event) {
+  if (figures_) {
+    figures_->addEvent(event);
+  } else {
+    output_.writeLine(formats::lineOf(event, options_.format));
   }
 }
 

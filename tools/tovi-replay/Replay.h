@@ -36,6 +36,7 @@ class Replay {
   void replayFrame(PacketHandler& handler, const CapturedFrame& frame);
   PacketHandler makeHandler();
   void takeRecord(std::string_view recordText);
+  void takeEvent(const ToviDNSEvent& event);
   void noteFailure(Undecodable reason);
   bool finishReport();
   bool finishOutput();
