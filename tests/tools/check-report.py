@@ -11,8 +11,10 @@ import base64
 import collections
 import json
 import math
+import os
 import pathlib
 import re
+import stat
 import subprocess
 import sys
 import tempfile
@@ -308,6 +310,42 @@ def check_empty(browser, program, directory):
     return [] if shown_values == expected else ["no packets: %r" % shown_values]
 
 
+def check_file(program, directory):
+    """The faults of the file that a report becomes, and of what stands beside it."""
+    capture, report = directory / "empty.pcap", directory / "page.html"
+    neighbour = directory / ".page.html"
+    neighbour.write_text("notes")
+    faults = []
+    mask = os.umask(0o077)
+    for mode in (0o600, 0o664):
+        replay(program, "--report", report, capture)
+        if stat.S_IMODE(report.stat().st_mode) != mode:
+            faults.append("a report of mode %o, not %o" % (report.stat().st_mode, mode))
+        report.chmod(0o664)
+    os.umask(mask)
+    if not neighbour.exists() or list(directory.glob(".tovi*")):
+        faults.append("not alone beside a report: %s" % os.listdir(directory))
+    return faults + early_faults(program, directory)
+
+
+def early_faults(program, directory):
+    """Faults of runs that cannot write their report, and so must read no capture."""
+    capture = "\x1b[31mmissing"
+    complaints = {place: complaint(program, "--report", place, capture) for place in (
+        "", *(f"{directory}/{name}" for name in ("a/page.html", "empty.pcap/page.html", "a/")))}
+    faults = ["report %r: %r" % (place, text) for place, text in complaints.items()
+              if not text or place not in text or "missing" in text]
+    named = complaint(program, capture)
+    return faults + (["%r names the file raw" % named] if "\\x1B[31mmissing" not in named else [])
+
+
+def complaint(program, *arguments):
+    """What a run that must fail says about it."""
+    run = subprocess.run([program, *arguments], stdin=subprocess.DEVNULL, check=False,
+                         capture_output=True, text=True)
+    return run.stderr if run.returncode else ""
+
+
 def keep_picture(browser, name):
     """Keeps what the page looks like where the second argument says."""
     if len(sys.argv) > 2:
@@ -323,6 +361,7 @@ def main():
             directory = pathlib.Path(name)
             faults = check_hostile(browser, sys.argv[1], directory)
             faults += check_empty(browser, sys.argv[1], directory)
+            faults += check_file(sys.argv[1], directory)
     finally:
         browser.close()
     for fault in faults:

@@ -7,6 +7,7 @@
 #include "capture/CaptureFile.h"
 #include "tools/tovi-replay/BatchStore.h"
 #include "tools/tovi-replay/FilteredEvents.h"
+#include "tools/tovi-replay/report/HtmlText.h"
 #include "tools/tovi-replay/report/ReportFile.h"
 #include "tools/tovi-replay/report/ReportPage.h"
 
@@ -156,7 +157,7 @@ bool Replay::finishOutput() {
 
 void Replay::complain(std::string_view line) {
   progress_.clear();
-  std::fprintf(stderr, "tovi-replay: %.*s\n", static_cast<int>(line.size()), line.data());
+  std::fprintf(stderr, "tovi-replay: %s\n", shownText(line).c_str());
 }
 
 }  // namespace tovi::replay

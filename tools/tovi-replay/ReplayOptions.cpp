@@ -58,6 +58,11 @@ formats::EventFormat formatFrom(std::string_view text) try {
   throw UsageError(std::string("--format: ") + error.what());
 }
 
+std::filesystem::path reportFileFrom(std::string_view name) {
+  if (name.empty()) throw UsageError("--report takes the name of a page");
+  return name;
+}
+
 void choose(ReplayOptions& options, ReplayOptions::Output output) {
   if (options.chosenOutput && options.chosenOutput != output) {
     throw UsageError("--records, --events, --store and --report exclude each other");
@@ -80,7 +85,7 @@ void apply(ReplayOptions& options, int choice) {
       options.storeDirectory = optarg;
       return choose(options, Output::store);
     case kReport:
-      options.reportFile = optarg;
+      options.reportFile = reportFileFrom(optarg);
       return choose(options, Output::report);
     case kInterval:
       options.repetitionInterval = secondsFrom(optarg);

@@ -4,6 +4,7 @@
 
 #include "platform/Memory.h"
 #include "tools/tovi-replay/Replay.h"
+#include "tools/tovi-replay/report/HtmlText.h"
 
 namespace tovi::replay {
 namespace {
@@ -39,7 +40,7 @@ int run(int argc, char** argv) try {
   std::fprintf(stderr, "tovi-replay: %s\nTry \"tovi-replay --help\".\n", error.what());
   return kUsage;
 } catch (const std::exception& error) {
-  std::fprintf(stderr, "tovi-replay: %s\n", error.what());
+  std::fprintf(stderr, "tovi-replay: %s\n", shownText(error.what()).c_str());
   return kFailed;
 }
 

@@ -5,12 +5,14 @@
 
 namespace tovi::replay {
 
-/// Throws std::runtime_error when a report must not take the place of what is there: anything but
-/// an empty file or a page. So a capture named by mistake is not lost.
+/// Throws std::runtime_error when no file can be made in that directory, or when a report must not
+/// take the place of what is there: anything but an empty file or a page. So a capture named by
+/// mistake is not lost.
 void checkReportFile(const std::filesystem::path& file);
 
-/// Replaces the file at once or not at all; where a link stands, what it leads to. Throws
-/// std::exception, its text naming the file.
+/// Replaces the file at once or not at all, by way of a new one beside it; where a link stands,
+/// what it leads to. The mode is that of the file that is replaced, or what umask(2) leaves of
+/// 0666. Throws std::exception, its text naming the file.
 void writeReportFile(const std::filesystem::path& file, std::string_view page);
 
 }  // namespace tovi::replay
