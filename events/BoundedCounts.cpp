@@ -25,6 +25,7 @@ void BoundedCounts::giveUpHalf() {
   };
   const auto middle = places.begin() + (std::ssize(places) - 1) / 2;
   std::ranges::nth_element(places, middle, isRarer);
+  mostKept_ = std::max(mostKept_, counts_.size());
   mostForgotten_ = std::max(mostForgotten_, (*middle)->second.most);
   for (auto place = places.begin(); place <= middle; ++place) {
     bytes_ -= (*place)->first.size();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -41,8 +42,8 @@ class BoundedCounts {
   }
   /// How often anything was added.
   std::uint64_t total() const { return total_; }
-  /// How many texts are kept: all different ones while the counts are exact.
-  std::size_t kept() const { return counts_.size(); }
+  /// How many different texts were added: as many, or more when the counts are not exact.
+  std::size_t different() const { return std::max(mostKept_, counts_.size()); }
   bool isExact() const { return mostForgotten_ == 0; }
   /// No text that is not kept was added more often than this.
   std::uint64_t mostForgotten() const { return mostForgotten_; }
@@ -64,6 +65,7 @@ class BoundedCounts {
   Room room_;
   Counts counts_;
   std::size_t bytes_ = 0;
+  std::size_t mostKept_ = 0;
   std::uint64_t total_ = 0;
   std::uint64_t mostForgotten_ = 0;
 };

@@ -30,9 +30,11 @@ TEST(AnswerTimesTest, SharesAreNearTheExactOnes) {
     EXPECT_GE(times.within(share), time) << share;
     EXPECT_LE(times.within(share).count(), static_cast<double>(time.count()) * 1.008) << share;
   }
-  std::uint64_t count = 0;
-  for (const auto& range : times.ranges()) count += range.count;
-  EXPECT_EQ(count, 10001U);
+  std::size_t count = 0;
+  for (const auto& range : times.ranges()) {
+    count += range.count;
+    EXPECT_EQ(count, std::ranges::lower_bound(exact, range.to) - exact.begin());
+  }
   times.add(-1s);
   EXPECT_EQ(times.shortest(), 0ns);
   EXPECT_EQ(times.longest(), exact.back());
@@ -76,10 +78,10 @@ TEST(ExchangeMatcherTest, ResponseFindsItsQueryAndNoOther) {
     const char* question;
     nanoseconds time;
     std::optional<nanoseconds> waited;
-  } cases[] = {{replies, 7, "a", 30s, 30s},      {replies, 7, "a", 31s, {}},
-               {other, 7, "a", 1s, {}},          {asks, 7, "a", 1s, {}},
-               {replies, 8, "a", 1s, {}},        {replies, 7, "b", 1s, {}},
-               {replies, 7, "a", 1500ms, 1500ms}};
+  } cases[] = {{replies, 7, "a", 30s, 30s},       {replies, 7, "a", 31s, {}},
+               {other, 7, "a", 1s, {}},           {asks, 7, "a", 1s, {}},
+               {replies, 8, "a", 1s, {}},         {replies, 7, "b", 1s, {}},
+               {replies, 7, "a", 1500ms, 1500ms}, {replies, 7, "a", -31s, {}}};
   for (const auto& [flow, id, question, time, waited] : cases) {
     ExchangeMatcher exchanges;
     exchanges.addQuery({asks, 7, "a", Date()});
@@ -150,7 +152,7 @@ TEST(ReportPageTest, ProcessesFaultsAndMissingPartsAreShown) {
        {"<title>DNS in 2 capture files</title>", "<bdi>b&lt;u&gt;</bdi>",
         "<bdi>a.pcap: &lt;cut&gt;<", "1 of 2 events name", ">&lt;sh&gt;\\x00\\xE2\\x80\\xAE</span>",
         ">a.&quot;&lt;i&gt;</span>", "within 1 min 30 s are left out", ">1,234</span> events",
-        ">none</span>"}) {
+        ">(none)</span>"}) {
     EXPECT_NE(page.find(part), std::string::npos) << part;
   }
 }

@@ -25,15 +25,16 @@ Duration startOf(std::size_t range) {
   return Duration((range % kParts + kParts) << shift);
 }
 
-/// The tenth of a power of ten that a time is in.
-int tenthOf(Duration time) {
-  const auto value =
-      static_cast<double>(std::max<Duration>(time, std::chrono::microseconds(1)).count());
-  return static_cast<int>(std::floor(std::log10(value) * 10 + 1e-9));
+Duration startOfTenth(std::size_t tenth) {
+  return Duration(std::llround(std::pow(10, static_cast<double>(tenth) / 10)));
 }
 
-Duration startOfTenth(int tenth) {
-  return Duration(std::llround(std::pow(10, tenth / 10.0)));
+/// The tenth of a power of ten that a time is in.
+std::size_t tenthOf(Duration time) {
+  time = std::max<Duration>(time, std::chrono::microseconds(1));
+  const double power = std::log10(static_cast<double>(time.count()));
+  const auto tenth = static_cast<std::size_t>(power * 10);
+  return time < startOfTenth(tenth + 1) ? tenth : tenth + 1;
 }
 
 }  // namespace
@@ -43,6 +44,7 @@ void AnswerTimes::add(Duration time) {
   const std::size_t range = rangeOf(time);
   if (range >= counts_.size()) counts_.resize(range + 1);
   ++counts_[range];
+  ++tenths_[tenthOf(time)];
   shortest_ = count_ == 0 ? time : std::min(shortest_, time);
   longest_ = std::max(longest_, time);
   ++count_;
@@ -63,15 +65,8 @@ Duration AnswerTimes::within(double share) const {
 std::vector<AnswerTimes::Range> AnswerTimes::ranges() const {
   std::vector<Range> ranges;
   if (count_ == 0) return ranges;
-  const int first = tenthOf(shortest_);
-  for (int tenth = first; tenth <= tenthOf(longest_); ++tenth) {
-    ranges.push_back({startOfTenth(tenth), startOfTenth(tenth + 1), 0});
-  }
-  for (std::size_t range = 0; range < counts_.size(); ++range) {
-    const Duration start = std::clamp(startOf(range), shortest_, longest_);
-    if (counts_[range] > 0) {
-      ranges[static_cast<std::size_t>(tenthOf(start) - first)].count += counts_[range];
-    }
+  for (std::size_t tenth = tenthOf(shortest_); tenth <= tenthOf(longest_); ++tenth) {
+    ranges.push_back({startOfTenth(tenth), startOfTenth(tenth + 1), tenths_[tenth]});
   }
   return ranges;
 }

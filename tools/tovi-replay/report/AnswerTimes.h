@@ -1,13 +1,13 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <vector>
 
 namespace tovi::replay {
 
-/// How long answers took. Times are kept as counts of ranges, each at most a 128th part wide, so
-/// memory is bounded and what is told is at most 0.8 % too long. One thread.
+/// How long answers took, as counts of ranges, so memory is bounded. One thread.
 class AnswerTimes {
  public:
   using Duration = std::chrono::nanoseconds;
@@ -19,21 +19,29 @@ class AnswerTimes {
     std::uint64_t count;
   };
 
-  /// A negative time, out of a file whose times are out of order, counts as none.
+  /// `time` is below 200 years. A negative one, out of a file whose times are out of order, counts
+  /// as none.
   void add(Duration time);
 
   std::uint64_t count() const { return count_; }
   /// Exact, as is `longest`. Zero when there are no times.
   Duration shortest() const { return shortest_; }
   Duration longest() const { return longest_; }
-  /// The time within which a `share` of 0 to 1 of the answers came; zero when there are none.
+  /// The time within which a `share` of 0 to 1 of the answers came, at most 0.8 % too long; zero
+  /// when there are none.
   Duration within(double share) const;
-  /// Ten ranges a power of ten, from the shortest to the longest time; what took less than a
-  /// microsecond is in the first.
+  /// Ten ranges a power of ten, from the shortest to the longest time, counted exactly; what took
+  /// less than a microsecond is in the first.
   std::vector<Range> ranges() const;
 
  private:
+  // Those of the greatest number of nanoseconds among them.
+  static constexpr std::size_t kTenths = 190;
+
+  /// Of ranges a 128th part wide.
   std::vector<std::uint64_t> counts_;
+  /// Of the tenths of powers of ten.
+  std::array<std::uint64_t, kTenths> tenths_{};
   std::uint64_t count_ = 0;
   Duration shortest_{};
   Duration longest_{};

@@ -33,7 +33,7 @@ void beginTable(HtmlText& page, const Columns& columns) {
 
 void writeOthers(HtmlText& page, const BoundedCounts& counts,
                  const std::vector<BoundedCounts::Entry>& shown, std::string_view others) {
-  if (counts.kept() <= shown.size()) return;
+  if (counts.different() <= shown.size()) return;
   std::uint64_t least = counts.total();
   std::uint64_t most = counts.total();
   for (const auto& entry : shown) {
@@ -41,8 +41,8 @@ void writeOthers(HtmlText& page, const BoundedCounts& counts,
     most -= entry.least;
   }
   page << "<tr class=\"others\"><th scope=\"row\">"
-       << (counts.isExact() ? ""s : "at least "s) + numberText(counts.kept() - shown.size()) << " "
-       << others << "</th><td>" << boundsText(least, most) << "</td><td class=\"share\">"
+       << (counts.isExact() ? ""s : "at least "s) + numberText(counts.different() - shown.size())
+       << " " << others << "</th><td>" << boundsText(least, most) << "</td><td class=\"share\">"
        << shareText(most, counts.total()) << "</td></tr>\n";
 }
 

@@ -29,7 +29,7 @@ void ExchangeMatcher::addQuery(const Message& query) {
   ++queries_;
   const auto key = keyOf(query.flow, query.id, query.question);
   const Date* const earlier = waiting_.peek(key);
-  if (earlier != nullptr && query.time - *earlier <= kLongestWait) {
+  if (earlier != nullptr && std::chrono::abs(query.time - *earlier) <= kLongestWait) {
     ++repeated_;
   } else {
     waiting_.set(key, query.time);
@@ -43,7 +43,7 @@ std::optional<ExchangeMatcher::Duration> ExchangeMatcher::addResponse(const Mess
   if (asked == nullptr) return std::nullopt;
   const Duration waited = response.time - *asked;
   waiting_.remove(key);
-  if (waited > kLongestWait) return std::nullopt;
+  if (std::chrono::abs(waited) > kLongestWait) return std::nullopt;
   ++answered_;
   return waited;
 }

@@ -12,8 +12,9 @@
 namespace tovi::replay {
 
 /// Finds the query of each response: same addresses and ports, transaction identifier and question
-/// (RFC 5452, section 9.1), at most 30 seconds before. Of queries that repeat one the first counts.
-/// Keeps a limited number of queries, told apart by a hash of 64 bits. One thread.
+/// (RFC 5452, section 9.1), at most 30 seconds apart: files can tell of a response before its
+/// query. Of queries that repeat one the first counts. Keeps a limited number of queries, told
+/// apart by a hash of 64 bits. One thread.
 class ExchangeMatcher {
  public:
   using Duration = std::chrono::nanoseconds;

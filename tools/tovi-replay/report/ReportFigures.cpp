@@ -12,7 +12,7 @@
 namespace tovi::replay {
 namespace {
 
-constexpr std::string_view kNone = "none";
+constexpr std::string_view kNone = "(none)";
 
 std::string_view firstQuestion(const RecordTextReader& record) {
   return record.queries.size() > 0 ? record.queries.begin()->value : std::string_view();

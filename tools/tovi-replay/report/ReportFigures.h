@@ -45,11 +45,12 @@ class ReportFigures : public MessageObserverProtocol {
   }
   std::uint64_t undecodable() const;
 
-  // Of the responses.
+  // Of the responses; "(none)", which is no name as names are written, stands for that of a
+  // response without a question.
   const BoundedCounts& responseCodes() const { return responseCodes_; }
   const BoundedCounts& failedNames() const { return failedNames_; }
 
-  // Of the events; "none" stands for what an event does not have.
+  // Of the events; "(none)" stands for what an event does not have.
   std::uint64_t events() const { return types_.total(); }
   const BoundedCounts& names() const { return names_; }
   const BoundedCounts& types() const { return types_; }

@@ -109,7 +109,7 @@ void writeTiles(HtmlText& page, const ReportFigures& figures) {
             "messages that reply");
   writeTile(page, "events", "Events", numberText(figures.events()), "exchanges with answers");
   writeTile(page, "different-names", "Names",
-            (names.isExact() ? "" : "at least "s) + numberText(names.kept()),
+            (names.isExact() ? "" : "at least "s) + numberText(names.different()),
             "different ones in events");
   writeTile(page, "median", "Median answer time", median, "from query to response");
   writeTile(page, "undecodable-total", "Not decoded", numberText(figures.undecodable()),
@@ -124,7 +124,8 @@ void writeTerms(HtmlText& page, const ReportSource& source) {
          "addresses, ports, identifier and question, at most 30 seconds apart.</dd></div>\n"
          "<div><dt>Event</dt><dd>what <code>tovi-replay --events</code> prints for the same files, "
          "as the daemon would report it: a message with at least one answer, paired with its query "
-         "by the identifier. A failure such as NXDOMAIN mostly has no answer and makes no event, "
+         "by the identifier; the identifier 0 makes none. A failure such as NXDOMAIN mostly has no "
+         "answer and makes no event, "
          "so response codes are counted in messages.";
   if (source.repetitionInterval) {
     page << " Names that came again within "

@@ -117,6 +117,8 @@ void writeTimeSection(HtmlText& page, const ReportFigures& figures) {
       page << "<p class=\"none\">" << std::string(chart.title) << ": none.</p>\n";
     }
   }
+  page << "<p class=\"bounds\">An event counts at the time of its response; the timestamp that "
+          "<code>--events</code> prints is that of its query.</p>\n";
   if (!series.intervals.empty()) writeTimeTable(page, series);
   page << "</section>\n";
 }
