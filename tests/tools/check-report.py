@@ -64,20 +64,29 @@ READ_PAGE = r"""(() => {
         .map((element) => [element.id, element.textContent])),
     heading: document.querySelector('h1').textContent,
     isStyled: getComputedStyle(document.querySelector('.tiles')).display === 'grid',
+    touching: [...document.querySelectorAll('svg.chart')].flatMap((chart) => {
+      const shown = [...chart.querySelectorAll('text')].map((text) => text.getBoundingClientRect())
+          .filter((place) => place.width > 0);
+      return shown.filter((a, at) => shown.slice(0, at).some((b) => a.left < b.right &&
+          b.left < a.right && a.top < b.bottom - 2 && b.top < a.bottom - 2));
+    }).length,
     background: getComputedStyle(document.body).backgroundColor,
     bars: document.querySelectorAll('svg.events rect').length,
     overflow: document.documentElement.scrollWidth - document.documentElement.clientWidth,
   });
 })()"""
-RUN_SCRIPT = """(() => {
+# What the page's policy refuses to what is put into it.
+INTRUDE = """new Promise((resolve) => {
+  const refused = [];
+  document.addEventListener('securitypolicyviolation', (e) => refused.push(e.effectiveDirective));
   const script = document.createElement('script');
   script.textContent = 'window.hit = 1';
   document.body.append(script);
   const image = document.createElement('img');
-  image.src = 'file:///usr/share/pixmaps/debian-logo.png';
+  image.onload = image.onerror = () => setTimeout(() => resolve(refused.sort().join()), 100);
+  image.src = 'data:image/gif;base64,R0lGODlhAQABAAAAACwAAAAAAQABAAA=';
   document.body.append(image);
-  return typeof window.hit;
-})()"""
+})"""
 
 
 def hostile_capture():
@@ -93,6 +102,8 @@ def hostile_capture():
     for number in range(40):
         capture.exchange((b"h%d" % number, b"example"))
     capture.exchange((b"alias",), code=3, answers=["CNAME"])
+    for delay in (10**3, 2 * 10**10):
+        capture.exchange((b"far", b"apart"), delay=delay)
     add_oddities(capture)
     return capture
 
@@ -241,6 +252,8 @@ def soundness_faults(browser, page):
         faults.append("not drawn")
     if page["overflow"] > 0:
         faults.append("wider than the window")
+    if page["touching"] > 0:
+        faults.append("%d labels touch another" % page["touching"])
     return faults
 
 
@@ -274,8 +287,8 @@ def check_hostile(browser, program, directory):
     heading = FILE_NAME.replace("\u202e", r"\xE2\x80\xAE").replace("\u2028", r"\xE2\x80\xA8")
     if page["heading"].lower() != heading.lower() or page["title"] != "DNS in " + page["heading"]:
         faults.append("heading %r, title %r" % (page["heading"], page["title"]))
-    if browser.evaluate(RUN_SCRIPT) != "undefined":
-        faults.append("the page's policy lets scripts run")
+    if browser.evaluate(INTRUDE) != "img-src,script-src-elem":
+        faults.append("the page's policy lets in what it must refuse")
     return faults + must_be_refused(browser, report, directory)
 
 

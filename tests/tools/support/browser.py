@@ -70,8 +70,9 @@ class Browser:
         self.call("Emulation.setEmulatedMedia", media=media, features=[scheme])
 
     def evaluate(self, expression):
-        """The value of an expression of ours; the page's own policy does not concern it."""
-        result = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
+        """The value of an expression of ours, or of its promise; the page's own policy does not concern it."""
+        result = self.call("Runtime.evaluate", expression=expression, returnByValue=True,
+                           awaitPromise=True)
         if "exceptionDetails" in result:
             raise RuntimeError(str(result["exceptionDetails"]))
         return result["result"].get("value")
