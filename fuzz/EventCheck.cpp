@@ -64,6 +64,8 @@ struct EventCheck::State : MessagePackerProtocol {
   Host host;
   DNSMessageContainer container{kPendingEvents};
   std::vector<ToviDNSEventPointer> events;
+  /// Other bytes are replaced in the JSON. An event has parts of several texts.
+  bool allUtf8 = true;
   ToviDNSMessageBuilder builder{{*this, host, host, host, host, container, host},
                                 {std::string(kUndesiredDomain)}};
 };
@@ -78,10 +80,10 @@ EventCheck::~EventCheck() {
 
 void EventCheck::feed(std::string_view recordText) {
   const std::size_t before = state_->events.size();
+  state_->allUtf8 = state_->allUtf8 && isUtf8(recordText);
   state_->builder.feed(recordText);
   require(state_->events.size() <= before + 1);
-  // Other bytes than UTF-8 are replaced in the JSON.
-  if (state_->events.size() > before) checkJson(*state_->events.back(), isUtf8(recordText));
+  if (state_->events.size() > before) checkJson(*state_->events.back(), state_->allUtf8);
 }
 
 const std::vector<ToviDNSEventPointer>& EventCheck::events() const {
