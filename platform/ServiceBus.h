@@ -60,8 +60,9 @@ struct ServiceInterface {
 
 class ServiceError : public std::runtime_error {
  public:
-  /// `NotOffered`: the service runs, but has no such interface or method.
-  enum Kind { Failed, NotRunning, AccessDenied, NotOffered };
+  /// `NoBus`: there is no bus to reach a service by. `NoAnswer`: the service runs and let a call's
+  /// time pass, or went away meanwhile. `NotOffered`: it runs, but has no such interface or method.
+  enum Kind { Failed, NoBus, NotRunning, NoAnswer, AccessDenied, NotOffered };
   ServiceError(Kind errorKind, const std::string& text)
       : std::runtime_error(text), kind(errorKind) {}
   Kind kind;
@@ -94,7 +95,7 @@ enum class ServiceStart { OnCall, Never };
 /// time.
 class ServiceClient {
  public:
-  /// Throws ServiceError when there is no bus.
+  /// Throws ServiceError (`NoBus`) when there is none.
   ServiceClient(std::string serviceName, std::string objectPath,
                 ServiceStart start = ServiceStart::OnCall);
   ~ServiceClient();
@@ -102,8 +103,9 @@ class ServiceClient {
   ServiceClient& operator=(ServiceClient&&) noexcept;
 
   /// Blocks until the answer is there, and returns results of the types in `results`. Throws
-  /// ServiceError: `NotRunning` when nobody owns the service's name, `AccessDenied` when the bus's
-  /// policy refuses, `NotOffered` when the object lacks the method, `Failed` for all else.
+  /// ServiceError: `NotRunning` when nobody owns the service's name, `NoAnswer` after 30 seconds,
+  /// `AccessDenied` when the bus's policy refuses, `NotOffered` when the object lacks the method,
+  /// `Failed` for all else.
   ServiceParameters call(const std::string& interfaceName, const std::string& method,
                          const ServiceParameters& arguments,
                          const std::vector<ServiceType>& results);

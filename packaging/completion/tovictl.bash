@@ -1,10 +1,10 @@
 # bash completion for tovictl(1)
 
 _tovictl() {
-  local cur prev words cword
-  _init_completion -n = || return
+  local cur prev words cword split
+  _init_completion -s || return
 
-  local verbs='enroll follow messages report settings state status top version' i
+  local verbs='enroll follow help messages report settings state status top version' i
   local verb='' operands=0
   for ((i = 1; i < cword; i++)); do
     case ${words[i]} in
@@ -20,6 +20,7 @@ _tovictl() {
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$cur")); return ;;
     --count | --interval | --uuid) return ;;
   esac
+  $split && return
 
   if [[ ! $verb ]]; then
     COMPREPLY=($(compgen -W "$verbs --help --version" -- "$cur"))
@@ -36,6 +37,7 @@ _tovictl() {
   else
     case $verb-$operands in
       enroll-0 | report-2) _filedir ;;
+      help-0) COMPREPLY=($(compgen -W "$verbs" -- "$cur")) ;;
       report-0) COMPREPLY=($(compgen -W status_message -- "$cur")) ;;
       report-1)
         COMPREPLY=($(compgen -W 'Ok Nok AgentDeliveredCompleted AgentFailDelivered' -- "$cur")) ;;

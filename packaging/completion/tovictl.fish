@@ -1,6 +1,6 @@
 # fish completion for tovictl(1)
 
-set -l verbs enroll follow messages report settings state status top version
+set -l verbs enroll follow help messages report settings state status top version
 complete -c tovictl -f
 complete -c tovictl -l help -d 'show help'
 
@@ -8,6 +8,7 @@ set -l first "not __fish_seen_subcommand_from $verbs"
 complete -c tovictl -n $first -l version -d 'show the version'
 complete -c tovictl -n $first -a enroll -d 'hand the enrollment over'
 complete -c tovictl -n $first -a follow -d 'print DNS events as they come'
+complete -c tovictl -n $first -a help -d 'say what a verb does'
 complete -c tovictl -n $first -a messages -d 'fetch the batches of DNS events that wait'
 complete -c tovictl -n $first -a report -d 'report a delivery'
 complete -c tovictl -n $first -a settings -d 'show the settings'
@@ -18,6 +19,7 @@ complete -c tovictl -n $first -a version -d 'show the version of tovictl'
 
 complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l json -d 'write JSON'
 complete -c tovictl -n "__fish_seen_subcommand_from $verbs" -l color -xa 'auto always never' -d 'when to colour'
+complete -c tovictl -n '__fish_seen_subcommand_from help' -a "$verbs"
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -F
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l uuid -x -d 'identifier of the agent'
 complete -c tovictl -n '__fish_seen_subcommand_from enroll' -l key-file -rF -d 'file that holds the key'

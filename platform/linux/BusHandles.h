@@ -18,7 +18,7 @@ template <typename Object>
 using BusHandle = std::unique_ptr<Object, BusDeleter>;
 
 /// Connects to the system bus, or to the one that DBUS_SYSTEM_BUS_ADDRESS names. Throws
-/// ServiceError (`NotRunning`) when there is none.
+/// ServiceError (`NoBus`) when there is none.
 BusHandle<sd_bus> openServiceBus();
 
 /// The texts of a bus error, freed at the end.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -24,12 +25,20 @@ bool isStartError(std::string_view name) {
                      [&](std::string_view prefix) { return name.starts_with(prefix); });
 }
 
+// Of our own clock, or of the bus when the service left it during the call.
+bool isTimeOut(const sd_bus_error& error) {
+  return sd_bus_error_get_errno(&error) == ETIMEDOUT;
+}
+
 ServiceError serviceError(const sd_bus_error& error, const std::string& serviceName) {
   const std::string_view name = error.name != nullptr ? error.name : "";
   const std::string text = error.message != nullptr ? error.message : std::string(name);
   if (name == SD_BUS_ERROR_SERVICE_UNKNOWN || name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
       isStartError(name)) {
     return {ServiceError::NotRunning, "the service " + serviceName + " is not running"};
+  }
+  if (isTimeOut(error)) {
+    return {ServiceError::NoAnswer, "the service " + serviceName + " does not answer"};
   }
   if (name == SD_BUS_ERROR_ACCESS_DENIED) return {ServiceError::AccessDenied, text};
   if (name == SD_BUS_ERROR_UNKNOWN_INTERFACE || name == SD_BUS_ERROR_UNKNOWN_METHOD) {
@@ -45,7 +54,7 @@ BusHandle<sd_bus> openServiceBus() {
   const int result = sd_bus_open_system(&bus);
   if (result < 0) {
     throw ServiceError(
-        ServiceError::NotRunning,
+        ServiceError::NoBus,
         std::string("the system's service bus cannot be reached: ") + std::strerror(-result));
   }
   return BusHandle<sd_bus>(bus);

@@ -33,7 +33,8 @@ std::string outcome(const std::string& method, const ServiceParameters& argument
   call(method, arguments, results);
   return "done";
 } catch (const ServiceError& error) {
-  const char* const kinds[] = {"failed", "not running", "denied", "not offered"};
+  const char* const kinds[] = {"failed",    "no bus", "not running",
+                               "no answer", "denied", "not offered"};
   return std::string(kinds[error.kind]) + ": " + error.what();
 }
 
@@ -169,7 +170,7 @@ TEST_F(ServiceBusTest, CallerThatLeavesIsToldOfOnce) {
 TEST_F(ServiceBusTest, BothEndsNoticeThatTheBusIsLost) {
   bus_.end();
   EXPECT_FALSE(service_.endedByQuit());
-  EXPECT_TRUE(outcome("Who").starts_with("not running: "));
+  EXPECT_TRUE(outcome("Who").starts_with("no bus: "));
 }
 
 }  // namespace

@@ -91,6 +91,7 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
             "10\n0\n");
   EXPECT_EQ(sh("tovictl delete 2>&1"), "tovictl: unknown verb delete; see tovictl --help\n2\n");
   EXPECT_EQ(sh("tovictl enrol 2>&1 | cut -d' ' -f 5-8"), "(did you mean \"enroll\"?);\n0\n");
+  EXPECT_EQ(sh("tovictl --color always version >/dev/null"), "0\n");
   EXPECT_EQ(sh("tovictl --json sttaus 2>&1"),
             "tovictl: unknown verb sttaus (did you mean \"status\"?); see tovictl --help\n2\n");
   EXPECT_EQ(sh("tovictl follow --onec 2>&1"),
@@ -103,6 +104,14 @@ TEST_F(TovictlTest, MissingDaemonIsStatusThreeAndOneLineThatSaysWhatToDo) {
     EXPECT_EQ(sh("tovictl " + std::string(verb) + " 2>&1"),
               "tovictl: the service io.tovi.ToviAgentXPC is not running; start it with: systemctl "
               "start tovi-daemon\n3\n");
+  }
+}
+
+TEST_F(TovictlTest, TextThatTheBusCannotCarryIsNamed) {
+  serve();
+  for (const char* call : {"enroll --uuid $'\\xff' --key-file /dev/null", "report $'\\xff' Ok"}) {
+    EXPECT_NE(sh(std::string("tovictl ") + call + " 2>&1").find(" is not UTF-8"),
+              std::string::npos);
   }
 }
 
@@ -276,6 +285,14 @@ TEST_F(TovictlTest, FollowEndsQuietlyOnSignals) {
   daemon_.batches = {{"1", kBatch}};
   serve();
   EXPECT_EQ(sh("coproc " TOVICTL " follow; read -r line <&${COPROC[0]}; kill $!; wait $!"), "0\n");
+}
+
+TEST_F(TovictlTest, OutputThatDoesNotBlockIsWrittenInFull) {
+  daemon_.batches = {{"1", "{\"events_data\":[\"" + std::string(1 << 20, 'x') + "\"]}"}};
+  serve();
+  EXPECT_EQ(sh(DEBIAN_PYTHON " " TOVI_SOURCE_DIR "/tests/service/read-late.py " TOVICTL
+                             " follow --once | wc -c"),
+            "1048579\n0\n");
 }
 
 TEST_F(TovictlTest, SlowReaderOfFollowHoldsUpNobodyElse) {

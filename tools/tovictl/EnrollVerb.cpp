@@ -11,16 +11,20 @@ namespace tovi::ctl {
 static std::string keyFrom(const std::string& file) {
   auto key = readInput(file);
   key.erase(key.find_last_not_of(" \t\r\n") + 1);
-  return key;
+  return sendable(key, "the key");
+}
+
+static std::string dataFrom(const std::string& file) {
+  return sendable(readInput(file), "the activation data");
 }
 
 static std::string activationData(const CommandLine& line) {
   const auto uuid = line.value("--uuid");
   const auto keyFile = line.value("--key-file");
-  if (!uuid && !keyFile) return readInput(line.operands().empty() ? "-" : line.operands().front());
+  if (!uuid && !keyFile) return dataFrom(line.operands().empty() ? "-" : line.operands().front());
   if (!uuid || !keyFile) throw UsageError("--uuid and --key-file go together");
   if (!line.operands().empty()) throw UsageError("FILE and --uuid exclude each other");
-  return Json{{"uuid", *uuid}, {"key", keyFrom(*keyFile)}}.dump();
+  return Json{{"uuid", sendable(*uuid, "the identifier")}, {"key", keyFrom(*keyFile)}}.dump();
 }
 
 int runEnroll(const CommandLine& line) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "Output.h"
+#include "service/ServiceValues.h"
 
 namespace tovi::ctl {
 
@@ -28,6 +29,11 @@ std::string readInput(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot open " + file);
   return readStream(stream, file);
+}
+
+const std::string& sendable(const std::string& text, const std::string& what) {
+  if (serviceText(text) == text) return text;
+  throw std::runtime_error(what + " is not UTF-8, or holds a NUL or a noncharacter");
 }
 
 }  // namespace tovi::ctl

@@ -31,13 +31,17 @@ static std::chrono::milliseconds withSignalsHeldBack(std::chrono::milliseconds i
 }
 
 LiveTop::LiveTop(const Sample& first, std::chrono::milliseconds interval, bool coloured)
-    : sampler_(withSignalsHeldBack(interval)), screen_(coloured) {
+    : interval_(interval), sampler_(withSignalsHeldBack(interval)), screen_(coloured) {
   model_.take({first, ""});
 }
 
 void LiveTop::run() {
   do {
-    if (auto outcome = sampler_.take()) model_.take(*outcome);
+    if (auto outcome = sampler_.take()) {
+      model_.take(*outcome);
+      heard_ = std::chrono::steady_clock::now();
+    }
+    model_.setSilence(silence());
     draw();
   } while (wait() && pressAll());
 }
@@ -46,7 +50,9 @@ bool LiveTop::wait() {
   std::array<pollfd, 2> waited = {{{STDIN_FILENO, POLLIN, 0}, {sampler_.readable(), POLLIN, 0}}};
   sigset_t none;
   sigemptyset(&none);
-  const int result = ppoll(waited.data(), waited.size(), nullptr, &none);
+  // Then the daemon's silence is a second longer.
+  constexpr timespec kSecond = {1, 0};
+  const int result = ppoll(waited.data(), waited.size(), &kSecond, &none);
   if (isToEnd != 0) return false;
   if (result < 0) return errno == EINTR;
   return (waited[0].revents & (POLLHUP | POLLERR | POLLNVAL)) == 0;
@@ -88,6 +94,13 @@ bool LiveTop::press(int key) {
       break;
   }
   return true;
+}
+
+std::chrono::seconds LiveTop::silence() const {
+  constexpr std::chrono::seconds kPatience{3};
+  const auto since = std::chrono::steady_clock::now() - heard_;
+  if (since < interval_ + kPatience) return std::chrono::seconds(0);
+  return std::chrono::duration_cast<std::chrono::seconds>(since);
 }
 
 void LiveTop::draw() {

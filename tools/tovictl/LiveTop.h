@@ -23,10 +23,13 @@ class LiveTop {
   bool press(int key);
   bool pressAll();
   void draw();
+  std::chrono::seconds silence() const;
 
   // In this order: the signals are held back before the thread starts, which inherits that, and the
   // screen is taken last.
   TopModel model_;
+  const std::chrono::milliseconds interval_;
+  std::chrono::steady_clock::time_point heard_ = std::chrono::steady_clock::now();
   Sampler sampler_;
   Screen screen_;
 };

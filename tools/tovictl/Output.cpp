@@ -11,10 +11,20 @@
 
 namespace tovi::ctl {
 
+// A pipe or terminal that was made not to block is waited for all the same.
+static void waitForRoom() {
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  poll(&output, 1, -1);
+}
+
 static std::size_t writeSome(std::string_view text) {
   const auto written = write(STDOUT_FILENO, text.data(), text.size());
   if (written >= 0) return static_cast<std::size_t>(written);
   if (errno == EINTR) return 0;
+  if (errno == EAGAIN) {
+    waitForRoom();
+    return 0;
+  }
   if (errno == EPIPE) throw OutputClosed();
   throw std::system_error(errno, std::generic_category(), "cannot write the output");
 }

@@ -13,8 +13,9 @@ class OutputClosed : public std::runtime_error {
   OutputClosed() : std::runtime_error("the output was closed") {}
 };
 
-/// Hands all of `text` to the operating system: nothing stays behind in a buffer. Throws
-/// OutputClosed for a closed pipe, std::system_error for all else.
+/// Hands all of `text` to the operating system: nothing stays behind in a buffer. Waits where
+/// there is no room, even if the output does not block. Throws OutputClosed for a closed pipe,
+/// std::system_error for all else.
 void writeOut(std::string_view text);
 
 /// Waits; throws OutputClosed as soon as the reader of a pipe has gone.

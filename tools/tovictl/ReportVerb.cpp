@@ -10,8 +10,9 @@ namespace tovi::ctl {
 int runReport(const CommandLine& line) {
   const auto& operands = line.operands();
   std::optional<std::string> data;
-  if (operands.size() > 2) data = readInput(operands[2]);
-  const auto reply = Agent().report(operands[0], operands[1], data);
+  if (operands.size() > 2) data = sendable(readInput(operands[2]), "the answer");
+  const auto reply =
+      Agent().report(sendable(operands[0], "MESSAGE_ID"), sendable(operands[1], "STATE"), data);
   if (line.has("--json")) {
     writeOut(versionedLine({{"reply", reply ? Json(*reply) : Json()}}));
   } else if (reply) {

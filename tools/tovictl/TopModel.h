@@ -20,6 +20,8 @@ class TopModel {
   void take(const SampleOutcome& outcome);
   void apply(TopAction action);
   void choose(TopPanel panel) { panel_ = panel; }
+  /// For how long there was neither a look nor a failure, when that is too long; else 0.
+  void setSilence(std::chrono::seconds silence) { silence_ = silence; }
 
   TopPanel panel() const { return panel_; }
   TopOrder order() const { return order_; }
@@ -27,6 +29,7 @@ class TopModel {
   bool showsHelp() const { return help_; }
   /// Empty while the daemon answers.
   const std::string& failure() const { return failure_; }
+  std::chrono::seconds silence() const { return silence_; }
   /// None before the first look.
   const std::optional<Sample>& sample() const { return sample_; }
 
@@ -40,6 +43,7 @@ class TopModel {
   std::optional<Sample> sample_;
   std::optional<Sample> previous_;
   std::string failure_;
+  std::chrono::seconds silence_{0};
   TopPanel panel_ = TopPanel::All;
   TopOrder order_ = TopOrder::ByCount;
   bool paused_ = false;

@@ -170,6 +170,9 @@ std::vector<Line> TopView::header() const {
 Line TopView::notice() const {
   const auto& failure = model_.failure();
   if (!failure.empty()) return {{"Waiting: " + shownText(failure), Tone::Bad}};
+  if (const auto silence = model_.silence().count(); silence > 0) {
+    return {{"No answer for " + std::to_string(silence) + " s; does the daemon hang?", Tone::Bad}};
+  }
   const auto& sample = model_.sample();
   if (!sample || countOf(sample->counters, statistics::kPacketsCaptured) != 0) return {};
   return {{"Nothing was captured yet. Is the agent active? See: tovictl state", Tone::Warning}};

@@ -15,7 +15,7 @@ static constexpr const char* kExitStatusHelp = R"(EXIT STATUS
   0  done
   1  failed
   2  wrong usage
-  3  the daemon is not running
+  3  the daemon is not running, or there is no bus
   4  the bus refuses access: only root and the group "tovi" may call
 )";
 
@@ -96,8 +96,9 @@ static void checkOperands(const Verb& verb, std::size_t number) {
 
 static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) try {
   const CommandLine line(arguments, withCommon(verb.options));
+  const auto colours = Colours::forOutput(line);
   if (asksForHelp(line)) {
-    writeOut(withHeadings(helpOf(verb), Colours::forOutput(line)));
+    writeOut(withHeadings(helpOf(verb), colours));
     return kDone;
   }
   checkOperands(verb, line.operands().size());
@@ -127,11 +128,27 @@ static std::vector<std::string> withOneSpelling(std::vector<std::string> argumen
   return arguments;
 }
 
+static bool takesValue(const std::string& argument) {
+  return std::any_of(verbs().begin(), verbs().end(), [&](const Verb& verb) {
+    const auto options = withCommon(verb.options);
+    return std::any_of(options.begin(), options.end(), [&](const Option& option) {
+      return option.takesValue && option.name == argument;
+    });
+  });
+}
+
+// A verb's options may also stand before it.
+static std::vector<std::string>::iterator findVerb(std::vector<std::string>& arguments) {
+  auto at = arguments.begin();
+  while (at != arguments.end() && at->starts_with('-')) {
+    at += takesValue(*at) && at + 1 != arguments.end() ? 2 : 1;
+  }
+  return at;
+}
+
 static int runProgram(const std::vector<std::string>& given) {
   auto arguments = withOneSpelling(given);
-  // Options that every verb takes may also stand before it.
-  const auto verb = std::find_if(arguments.begin(), arguments.end(),
-                                 [](const std::string& each) { return !each.starts_with('-'); });
+  const auto verb = findVerb(arguments);
   if (verb == arguments.end()) return runWithoutVerb(arguments);
   const auto name = *verb;
   arguments.erase(verb);
@@ -144,7 +161,9 @@ static int failure(const std::string& text, int status) {
 }
 
 static int exitStatusOf(platform::ServiceError::Kind kind) {
-  if (kind == platform::ServiceError::NotRunning) return kNotRunning;
+  if (kind == platform::ServiceError::NotRunning || kind == platform::ServiceError::NoBus) {
+    return kNotRunning;
+  }
   return kind == platform::ServiceError::AccessDenied ? kAccessDenied : kFailed;
 }
 
@@ -160,6 +179,11 @@ static std::string describe(const platform::ServiceError& fault) {
     case platform::ServiceError::NotOffered:
       return "the running daemon does not offer this, it may be older than tovictl; start it anew "
              "with: systemctl restart tovi-daemon";
+    case platform::ServiceError::NoAnswer:
+      return text +
+             "; it may hang: see systemctl status tovi-daemon, or start it anew with: "
+             "systemctl restart tovi-daemon";
+    case platform::ServiceError::NoBus:
     case platform::ServiceError::Failed:
       break;
   }
