@@ -30,7 +30,7 @@ _tovictl() {
       enroll) options+=' --uuid --key-file' ;;
       follow) options+=' --format --interval --once' ;;
       messages) options+=' --ack --nack' ;;
-      status) options+=' --force' ;;
+      status) options+=' --counters --force' ;;
       top) options+=' --interval --count --once' ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$cur"))

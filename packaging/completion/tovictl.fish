@@ -34,4 +34,5 @@ complete -c tovictl -n '__fish_seen_subcommand_from report' -F \
 complete -c tovictl -n '__fish_seen_subcommand_from top' -l interval -x -d 'how often to ask, in seconds'
 complete -c tovictl -n '__fish_seen_subcommand_from top' -l count -x -d 'end after so many looks'
 complete -c tovictl -n '__fish_seen_subcommand_from top' -l once -d 'look once, then end'
+complete -c tovictl -n '__fish_seen_subcommand_from status' -l counters -d 'show the counters alone'
 complete -c tovictl -n '__fish_seen_subcommand_from status' -l force -d 'fetch one in any case'

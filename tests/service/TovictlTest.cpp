@@ -82,8 +82,9 @@ TEST_F(TovictlTest, WrongUsageIsStatusTwoAndHelpNeedsNoDaemon) {
   for (const char* arguments :
        {"", "unknown", "state extra", "state --force", "status --force=1", "report 1",
         "enroll --uuid", "enroll --uuid 1 --key-file k f", "messages --ack --nack",
-        "follow --interval nan", "follow --interval 1s", "follow --format ocsf-2",
-        "state --color=red", "top --count 0", "top --once --count 2"}) {
+        "status --force --counters", "follow --interval nan", "follow --interval 1s",
+        "follow --format ocsf-2", "follow --color=red", "--color always", "--interval 5",
+        "top --count 0", "top --once --count 2"}) {
     EXPECT_EQ(sh(std::string("tovictl ") + arguments + " 2>/dev/null"), "2\n") << arguments;
   }
   EXPECT_EQ(sh("for verb in '' state enroll status messages follow report settings top version; do "
@@ -187,18 +188,20 @@ TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf)
                      {"packets_dropped_by_kernel", {std::int64_t{12}}},
                      {"events", {std::int64_t{200}}},
                      {"events_repeated", {std::int64_t{150}}},
-                     {"batches_dropped", {std::int64_t{0}}}};
+                     {"batches_dropped", {std::int64_t{0}}},
+                     {"batches_unreadable", {std::int64_t{2}}}};
   serve();
   const auto shown = sh("tovictl status --color=always 2>/dev/null | tr -s ' '");
   for (const char* line : {"\n Up for 3 h 12 min\n", "\n Packets captured 1,234,500\n",
                            "\n Dropped by the kernel \033[31m12 (0.0 % of all)\033[0m\n",
-                           "\n Repeated, left out 150 (75.0 % of events)\n", "\n Dropped 0\n"}) {
+                           "\n Repeated, left out 150 (75.0 % of events)\n", "\n Dropped 0\n",
+                           "\n Unreadable \033[31m2\033[0m\n"}) {
     EXPECT_NE(shown.find(line), shown.npos) << line << shown;
   }
   EXPECT_EQ(shown.find("Undecodable"), shown.npos);
 }
 
-TEST_F(TovictlTest, TopPrintsLinesAndTakesNothingFromTheCompanion) {
+TEST_F(TovictlTest, WatchingTakesNothingFromTheCompanion) {
   daemon_.statusMessage = "{\"active\":true}";
   daemon_.batches = {{"1", kBatch}};
   daemon_.recent = {{"queries", {std::int64_t{5}}}, {"failures", entriesOf({"\033[31mname"})}};
@@ -208,6 +211,8 @@ TEST_F(TovictlTest, TopPrintsLinesAndTakesNothingFromTheCompanion) {
       "exchanges 5 queries, 0 answers, 0 failed in 0 s\nfailure 5 \\x1B[31mname \\x1B[31mname\n";
   EXPECT_EQ(lines, once + once + "0\n");
   EXPECT_NE(sh("tovictl top --json --once").find("\"rates\":null,\"activity\":{"), lines.npos);
+  EXPECT_EQ(sh("tovictl status --counters --json"),
+            "{\"schema_version\":1,\"message\":null,\"counters\":{\"packets_captured\":7}}\n0\n");
   EXPECT_TRUE(callsAfterwards().empty());
   EXPECT_EQ(log_.count("getDNSMessages"), 0);
   EXPECT_TRUE(daemon_.statusMessage);

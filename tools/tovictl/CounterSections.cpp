@@ -29,6 +29,7 @@ static Section captureSection(const Counters& counters) {
            {"Dropped by the kernel", withShare(dropped, all, "all"), toneOf(dropped, Tone::Bad)},
            {"Undecodable", withShare(undecodable, captured, "captured"),
             toneOf(undecodable, Tone::Warning)},
+           {"Of other types", text(countOf(counters, statistics::kMessagesOfOtherTypes))},
            {"DNS messages", text(countOf(counters, statistics::kMessages))}}};
 }
 
@@ -48,10 +49,12 @@ static Section eventSection(const Counters& counters) {
 
 static Section batchSection(const Counters& counters) {
   const auto dropped = countOf(counters, statistics::kBatchesDropped);
+  const auto unreadable = countOf(counters, statistics::kBatchesUnreadable);
   return {"Batches",
           {{"Stored", text(countOf(counters, statistics::kBatchesStored))},
            {"Waiting", text(countOf(counters, statistics::kBatchesWaiting))},
-           {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)}}};
+           {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)},
+           {"Unreadable", text(unreadable), toneOf(unreadable, Tone::Bad)}}};
 }
 
 std::vector<Section> counterSections(const Counters& counters) {

@@ -118,17 +118,25 @@ static std::vector<Section> allSections(const OptionalText& message,
   return sections;
 }
 
+static void write(const OptionalText& message, const std::optional<Counters>& counters,
+                  const CommandLine& line) {
+  writeOut(line.has("--json") ? jsonOf(message, counters)
+                              : aligned(allSections(message, counters), Colours::forOutput(line)));
+}
+
 int runStatus(const CommandLine& line) {
-  const auto colours = Colours::forOutput(line);
+  if (line.has("--counters") && line.has("--force")) {
+    throw UsageError("--counters and --force exclude each other");
+  }
   Agent agent;
-  const auto message = agent.statusMessage(line.has("--force"));
-  const auto counters = offeredCounters(agent);
-  if (line.has("--json")) {
-    writeOut(jsonOf(message, counters));
+  if (line.has("--counters")) {
+    write(std::nullopt, agent.counters(), line);
     return kDone;
   }
-  writeOut(aligned(allSections(message, counters), colours));
-  if (!message) complain("no status message is due; --force fetches one in any case");
+  const auto message = agent.statusMessage(line.has("--force"));
+  write(message, offeredCounters(agent), line);
+  if (!message && !line.has("--json"))
+    complain("no status message is due; --force fetches one in any case");
   return kDone;
 }
 

@@ -34,8 +34,8 @@ std::string plainReport(const TopModel& model, const std::string& time) {
          number(activity.queries) + " queries, " + number(activity.responses) + " answers, " +
          number(activity.failedResponses) + " failed in " + number(activity.windowSeconds) +
          " s\nlost " + count(statistics::kPacketsDroppedByKernel) + " packets, " +
-         count(statistics::kBatchesDropped) + " batches\nwaiting " +
-         count(statistics::kBatchesWaiting) + " batches\n" +
+         count(statistics::kBatchesDropped) + " batches, " + count(statistics::kBatchesUnreadable) +
+         " unreadable batches\nwaiting " + count(statistics::kBatchesWaiting) + " batches\n" +
          entryLines(model, "name", TopPanel::Names) +
          entryLines(model, "process", TopPanel::Processes) +
          entryLines(model, "failure", TopPanel::Failures) +

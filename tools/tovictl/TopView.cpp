@@ -112,6 +112,7 @@ Line lossLine(const Counters& counters) {
   Line line;
   addCounter(line, "Lost: packets", counters, statistics::kPacketsDroppedByKernel, Tone::Bad);
   addCounter(line, "batches", counters, statistics::kBatchesDropped, Tone::Bad);
+  addCounter(line, "unreadable batches", counters, statistics::kBatchesUnreadable, Tone::Bad);
   addCounter(line, "Undecodable", counters, statistics::kPacketsUndecodable, Tone::Warning);
   return line;
 }

@@ -43,7 +43,7 @@ agent that is active already keeps its enrollment. With --json: "state".
        runEnroll},
 
       {"status",
-       "status [--force]",
+       "status [--force | --counters]",
        "show the status message, and what was captured and lost",
        R"(Fetches the status message and prints it: state, versions, settings, the machine
 and the counters of all runs of the daemon. The daemon gives one when its
@@ -54,13 +54,18 @@ In any case the counters since the daemon's start follow: packets, events and
 batches, in red what was lost. "Without a process" are queries whose process was
 not found; "Repeated, left out" are events that the repetition filter saved.
 
-  --force  fetch one in any case; the daemon expects no report on it, and the
-           polling interval starts anew
+  --force     fetch one in any case; the daemon expects no report on it, and the
+              polling interval starts anew
+  --counters  fetch none, and show the counters alone
 
-With --json: "message", as the daemon gave it or null when none is due, and
+Where a companion runs, the status message is the companion's: one that is
+fetched here does not reach it, and neither does the next before its time. To
+watch the daemon, use --counters or 'tovictl top', which take nothing.
+
+With --json: "message", as the daemon gave it or null when none was fetched, and
 "counters", null when the daemon does not offer them.
 )",
-       {{"--force"}},
+       {{"--force"}, {"--counters"}},
        0,
        0,
        runStatus},

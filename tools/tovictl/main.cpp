@@ -36,7 +36,7 @@ EXAMPLES
   tovictl enroll --uuid 0a1b2c3d --key-file /root/agent.key
   tovictl top
   tovictl follow | logger -t dns
-  tovictl status --force --json | jq .counters
+  tovictl status --counters --json | jq .counters
 )";
 
 static std::string generalHelp() {
