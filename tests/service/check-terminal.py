@@ -3,7 +3,7 @@
 
 Usage: check-terminal.py TOVICTL
 
-The daemon that it asks serves names that could upset a terminal. Says "shown" when all is well, then
+The daemon that it asks serves names that could upset a terminal, and a batch of such events. Says "shown" when all is well, then
 "waits" once the daemon is gone and top says so, and "goes on" once it is back.
 """
 
@@ -13,6 +13,7 @@ import pty
 import re
 import select
 import signal
+import socket
 import struct
 import sys
 import termios
@@ -46,6 +47,7 @@ class Terminal:
             for descriptor in range(3):
                 os.dup2(self.slave, descriptor)
             os.environ.update({"TERM": "xterm-256color", "LC_ALL": "C.UTF-8", "NO_COLOR": "",
+                               "TZ": "UTC",
                                **environment})
             os.execv(TOVICTL, [TOVICTL, *arguments])
 
@@ -111,6 +113,43 @@ def check_layout(terminal):
         check(line[place - 2:].startswith("  " + ENTRY), f"out of line: {line!r}")
 
 
+def check_events():
+    """In the last batch, one event is all that could upset a terminal, and one is no event."""
+    follow = Terminal("follow", "--once")
+    follow.end("follow")
+    lines = [line.rstrip() for line in follow.cells()]
+    heading = next(row for row, line in enumerate(lines) if line.startswith("TIME "))
+    check(lines[heading + 1] == "2022-01-25", f"no day in\n{follow.text()}")
+    places = [lines[heading].index(name) for name in ("PROCESS", "TYPE", "NAME", "ANSWER")]
+    events = [line for line in lines if line.startswith("17:02:5")]
+    check(len(events) == 2, f"no two events in\n{follow.text()}")
+    for line in events:
+        check(all(line[place - 2:place] == "  " for place in places), f"out of line: {line!r}")
+        check(line[places[1]:places[2]].strip() == "AAAA", f"no type in {line!r}")
+    check("[4294967]" in events[0] and "NXDOMAIN" in events[0], f"too little in {events[0]!r}")
+    check("[7]" in events[1] and events[1].endswith("2001:db8::1"), f"too little in {events[1]!r}")
+    check("unreadable_batch" in follow.text(), f"an event is missing in\n{follow.text()}")
+    check(follow.screen.title == "", "an event set the window's title")
+    check(COLOUR.search(follow.raw) is not None, "follow: no colours")
+
+
+def bus_process():
+    with socket.socket(socket.AF_UNIX) as bus:
+        bus.connect(os.environ["DBUS_SYSTEM_BUS_ADDRESS"].split("=")[1].split(",")[0])
+        return struct.unpack("3i", bus.getsockopt(socket.SOL_SOCKET, socket.SO_PEERCRED, 12))[0]
+
+
+def check_silence(top):
+    """What a daemon that hangs looks like, a bus that hangs looks like as well."""
+    bus = bus_process()
+    os.kill(bus, signal.SIGSTOP)
+    try:
+        top.until_seen("No answer for ")
+    finally:
+        os.kill(bus, signal.SIGCONT)
+    top.until(lambda: "No answer for " not in top.text(), "the answers again")
+
+
 def main():
     top = Terminal("top", "--interval", "0.1")
     top.until_seen("q quit")
@@ -146,6 +185,8 @@ def main():
 
     top = Terminal("top", "--interval", "0.1")
     top.until_seen("q quit")
+    check_silence(top)
+    check_events()
     print("shown", flush=True)
     top.until_seen("Waiting: ")
     print("waits", flush=True)

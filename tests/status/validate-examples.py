@@ -29,8 +29,11 @@ def corruptions(value):
             yield from corruptions(member)
 
 
-def check(name, example, schema):
-    validator = jsonschema.Draft202012Validator(schema)
+def check(name, example, schemas):
+    schema = schemas[name]
+    resolver = jsonschema.RefResolver.from_schema(
+        schema, store={each["$id"]: each for each in schemas.values()})
+    validator = jsonschema.Draft202012Validator(schema, resolver=resolver)
     validator.check_schema(schema)
     validator.validate(example)
     for corruption in corruptions(example):
@@ -48,7 +51,7 @@ def main():
     if not schemas or {name for name, _ in examples} != set(schemas):
         sys.exit("the examples and the schemas are not about the same things")
     for name, text in examples:
-        check(name, json.loads(text), schemas[name])
+        check(name, json.loads(text), schemas)
 
 
 main()

@@ -1,4 +1,5 @@
 #include "Agent.h"
+#include "EventList.h"
 #include "Interval.h"
 #include "Json.h"
 #include "Output.h"
@@ -25,32 +26,14 @@ static std::string unreadableEvent(const std::string& id, const Json& event) {
   return unreadableLine(id, event.dump(), "an event of the batch ");
 }
 
-static std::string lineOf(const std::string& id, const Json& event, EventFormat format) try {
-  // Not read and written again: nothing of it can get lost.
-  if (format == EventFormat::tovi) return event.dump();
-  return formats::lineOf(event.get<ToviDNSEvent>(), format);
-} catch (const Json::exception&) {
-  return unreadableEvent(id, event);
-} catch (const formats::UnreadableEvent&) {
-  return unreadableEvent(id, event);
-}
-
-/// The events of the batch, one a line; what is unreadable becomes one line that holds its text.
-static std::string linesOf(const std::string& id, const std::string& text, EventFormat format) {
-  const auto batch = Json::parse(text, nullptr, false);
-  if (!batch.is_object() || !batch.contains("events_data"))
-    return terminalLine(unreadableLine(id, text, "the batch "));
-  std::string lines;
-  for (const auto& event : batch["events_data"]) lines += terminalLine(lineOf(id, event, format));
-  return lines;
-}
-
 namespace {
 
 /// A companion that delivers to standard output. One thread.
 class Follower {
  public:
-  explicit Follower(EventFormat format) : format_(format) {}
+  /// With `list`, it writes that for a person, instead of JSON in the format.
+  Follower(EventFormat format, std::optional<EventList> list)
+      : format_(format), list_(std::move(list)) {}
 
   /// One exchange with the daemon. Throws what goes wrong.
   void round() {
@@ -60,7 +43,7 @@ class Follower {
                      std::string(rawValue(StatusMessageState::AgentDeliveredCompleted)));
     }
     for (const auto& [id, text] : agent_->messages()) {
-      writeOut(linesOf(id, text, format_));
+      writeOut(linesOf(id, text));
       // Only now: a batch reported before it was written could be lost.
       agent_->report(id, "Ok");
     }
@@ -80,7 +63,30 @@ class Follower {
   }
 
  private:
+  /// The events of the batch, one a line; what is unreadable becomes one line that holds its text.
+  std::string linesOf(const std::string& id, const std::string& text) {
+    const auto batch = Json::parse(text, nullptr, false);
+    if (!batch.is_object() || !batch.contains("events_data")) {
+      return terminalLine(unreadableLine(id, text, "the batch "));
+    }
+    std::string lines;
+    for (const auto& event : batch["events_data"]) lines += eventLines(id, event);
+    return lines;
+  }
+
+  std::string eventLines(const std::string& id, const Json& event) try {
+    if (list_) return list_->lines(event.get<ToviDNSEvent>(), outputColumns());
+    // Not read and written again: nothing of it can get lost.
+    if (format_ == EventFormat::tovi) return terminalLine(event.dump());
+    return terminalLine(formats::lineOf(event.get<ToviDNSEvent>(), format_));
+  } catch (const Json::exception&) {
+    return terminalLine(unreadableEvent(id, event));
+  } catch (const formats::UnreadableEvent&) {
+    return terminalLine(unreadableEvent(id, event));
+  }
+
   const EventFormat format_;
+  std::optional<EventList> list_;
   std::optional<Agent> agent_;
   bool outage_ = false;
 };
@@ -88,12 +94,14 @@ class Follower {
 }  // namespace
 
 /// Says why nothing is to be seen at first.
-static void explainTheWait() {
-  if (Agent().activationStatus().state == rawValue(AgentState::active)) {
-    complain("events come in batches, which may take a minute; Ctrl-C ends");
-  } else {
-    complain("the agent is not active, so that nothing is captured; see: tovictl state");
-  }
+static void explainTheWait(bool isActive) {
+  complain(isActive ? "events come in batches, which may take a minute; Ctrl-C ends"
+                    : "the agent is not active, so that nothing is captured; see: tovictl state");
+}
+
+static std::optional<EventList> listOf(const CommandLine& line) {
+  if (!outputIsTerminal() || line.has("--json") || line.has("--format")) return std::nullopt;
+  return EventList(Colours::forOutput(line));
 }
 
 static EventFormat formatOf(const CommandLine& line) try {
@@ -104,15 +112,20 @@ static EventFormat formatOf(const CommandLine& line) try {
 
 int runFollow(const CommandLine& line) {
   const auto interval = intervalOf(line);
-  Follower follower(formatOf(line));
+  Follower follower(formatOf(line), listOf(line));
   // Ending at any point is safe: what was not reported is given out again.
   endQuietlyOnSignals();
-  if (outputIsTerminal() && !line.has("--once")) explainTheWait();
+  // Here alone a daemon that is not there ends the program.
+  const bool isActive = Agent().activationStatus().state == rawValue(AgentState::active);
   try {
-    follower.round();
-    while (!line.has("--once")) {
-      waitWhileOutputIsOpen(interval);
+    if (line.has("--once")) {
+      follower.round();
+      return kDone;
+    }
+    if (outputIsTerminal()) explainTheWait(isActive);
+    while (true) {
       follower.roundOrOutage();
+      waitWhileOutputIsOpen(interval);
     }
   } catch (const OutputClosed&) {
     // The reader decides how long to follow.

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -41,6 +42,12 @@ void waitWhileOutputIsOpen(std::chrono::milliseconds duration) {
 
 bool outputIsTerminal() {
   return isatty(STDOUT_FILENO) == 1;
+}
+
+std::size_t outputColumns() {
+  constexpr std::size_t kUsual = 80;
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
 void complain(std::string_view text) {

@@ -24,6 +24,9 @@ void waitWhileOutputIsOpen(std::chrono::milliseconds duration);
 /// True when a person looks on.
 bool outputIsTerminal();
 
+/// The width of that terminal; 80 when it does not tell.
+std::size_t outputColumns();
+
 /// Tells the person something, on standard error; the text may be of any origin.
 void complain(std::string_view text);
 

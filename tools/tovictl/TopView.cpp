@@ -48,27 +48,6 @@ std::int64_t wholeOf(TopPanel panel, const Activity& activity) {
   return panel == TopPanel::Resolvers ? activity.responses : activity.queries;
 }
 
-std::string padded(const std::string& text, std::size_t columns) {
-  const auto cut = fitted(text, columns);
-  return cut + std::string(columns - columnsOf(cut), ' ');
-}
-
-std::string rightAligned(const std::string& text, std::size_t columns) {
-  const auto cut = fitted(text, columns);
-  return std::string(columns - columnsOf(cut), ' ') + cut;
-}
-
-/// The line in exactly so many columns.
-Line inColumns(const Line& line, std::size_t columns) {
-  Line cut;
-  for (const auto& span : line) {
-    cut.push_back({fitted(span.text, columns), span.tone});
-    columns -= columnsOf(cut.back().text);
-  }
-  cut.push_back({std::string(columns, ' ')});
-  return cut;
-}
-
 std::string rateText(const std::optional<double>& rate) {
   if (!rate) return "-";
   std::array<char, 32> text;

@@ -1,20 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <vector>
 
-#include "Colours.h"
+#include "Line.h"
 #include "TopModel.h"
 
 namespace tovi::ctl {
-
-/// Text in one colour, safe to show.
-struct Span {
-  std::string text;
-  Tone tone = Tone::Plain;
-};
-using Line = std::vector<Span>;
 
 struct ScreenSize {
   std::size_t rows;

@@ -90,11 +90,16 @@ With --json: "messages", an array of objects with "id" and "batch".
       {"follow",
        "follow [--format FORMAT] [--interval SECONDS] [--once]",
        "print DNS events as they come",
-       R"(Stands in for the companion: fetches batches, prints one event a line as
-compact JSON, and reports a batch "Ok" only after its lines were written out.
-Whatever reads the lines therefore gets every event at least once; after an
-interruption some come twice. Status messages are fetched and reported as
-delivered, so that the agent stays active.
+       R"(Stands in for the companion: fetches batches, writes their events, and reports a
+batch "Ok" only after its lines were written out. Whatever reads the lines
+therefore gets every event at least once; after an interruption some come twice.
+Status messages are fetched and reported as delivered, so that the agent stays
+active.
+
+On a terminal an event is a line of columns: local time, process with its
+identifier, type, name, the response code if it is an error, and the data of the
+answers; the middle of what is too long is left out. Anywhere else, and with
+--json or --format, it is compact JSON on a line, and nothing else is written.
 
   --format FORMAT     the vocabulary of the lines: tovi, as the daemon makes
                       them, when not given; ecs, Elastic Common Schema 9.4;
@@ -111,7 +116,8 @@ printed as usual.
 
 Ends with status 0 on SIGINT, SIGTERM and when the output is closed. When the
 daemon goes away, this is said once, and events go on when it is back; only a
-daemon that is not there at the start ends with status 3. With --json: the same.
+daemon that is not there at the start, or goes away with --once, ends it. With
+--json: the events, without "schema_version".
 )",
        {{"--format", true}, {"--interval", true}, {"--once"}},
        0,

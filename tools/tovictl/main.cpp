@@ -20,7 +20,8 @@ static constexpr const char* kExitStatusHelp = R"(EXIT STATUS
 )";
 
 static constexpr const char* kCommonHelp = R"(EVERY VERB TAKES
-  --json        objects for programs, one a line, each with "schema_version"
+  --json        objects for programs, one a line, each with "schema_version" but
+                for those of follow
   --color=WHEN  "auto" (on a terminal), "always" or "never"
   --help        what the verb does
 
