@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string_view>
 
 namespace tovi {
@@ -12,6 +13,8 @@ struct DnsHeader;
 /// A DNS message that was decoded and is passed on as a record text, with what that leaves out. All
 /// is borrowed.
 struct ObservedMessage {
+  /// When its last part was captured, of a stream that lacks some the last one at all.
+  std::chrono::system_clock::time_point time;
   const platform::Flow& flow;
   /// The address that it came from.
   std::string_view sender;

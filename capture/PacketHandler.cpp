@@ -1,6 +1,7 @@
 #include "capture/PacketHandler.h"
 
 #include <array>
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -13,6 +14,8 @@
 namespace tovi {
 
 namespace {
+
+using Time = std::chrono::system_clock::time_point;
 
 constexpr std::uint16_t kDnsPort = 53;
 
@@ -43,28 +46,30 @@ struct PacketHandler::State {
                           [this](const MalformedFrame& malformed) {
                             collaborators.abandoned(malformed.reason);
                           },
-                          [this](const UdpDatagram& datagram) { handle(datagram); },
+                          [&](const UdpDatagram& datagram) { handle(datagram, frame.time); },
                           [&](const TcpSegment& segment) { streams.add(segment, frame.time); }},
                decodeFrame(frame.linkType, frame.bytes));
   }
 
-  void handle(const UdpDatagram& datagram) {
+  void handle(const UdpDatagram& datagram, Time time) {
     const bool isAsked = datagram.flow.sourcePort != kDnsPort;
-    pass(datagram.flow, datagram.payload, {.isAsked = isAsked, .isCut = datagram.cut});
+    pass({datagram.flow, time, isAsked, datagram.cut}, datagram.payload);
   }
 
-  /// What is known of a message besides its bytes; over TCP, nothing.
-  struct Datagram {
+  /// What is known of a message besides its bytes.
+  struct Origin {
+    const Flow& flow;
+    Time time;
     /// Then the process behind it is looked for.
     bool isAsked = false;
     bool isCut = false;
   };
 
-  void pass(const Flow& flow, std::span<const std::byte> bytes, Datagram datagram) noexcept {
+  void pass(const Origin& origin, std::span<const std::byte> bytes) noexcept {
     try {
-      passOn(flow, bytes, datagram.isAsked);
+      passOn(origin, bytes);
     } catch (const MalformedDns& error) {
-      collaborators.abandoned(datagram.isCut ? Undecodable::cutShort : error.reason());
+      collaborators.abandoned(origin.isCut ? Undecodable::cutShort : error.reason());
     } catch (const std::out_of_range&) {
       collaborators.abandoned(Undecodable::recordType);
     } catch (const std::exception&) {
@@ -74,20 +79,22 @@ struct PacketHandler::State {
 
   /// The process is looked for last, since that takes longest and most of what cannot be passed on
   /// is found out before.
-  void passOn(const Flow& flow, std::span<const std::byte> bytes, bool isAsked) {
+  void passOn(const Origin& origin, std::span<const std::byte> bytes) {
     DnsMessage message(bytes);
     writer.write(message);
-    const auto processes = isAsked ? collaborators.processLookup(flow) : std::string();
+    const auto processes =
+        origin.isAsked ? collaborators.processLookup(origin.flow) : std::string();
     writer.addProcess(processes);
-    observe(flow, message.header(), processes);
+    observe(origin, message.header(), processes);
     collaborators.sink(writer.text());
   }
 
-  void observe(const Flow& flow, const DnsHeader& header, std::string_view processes) {
+  void observe(const Origin& origin, const DnsHeader& header, std::string_view processes) {
     if (collaborators.observer == nullptr) return;
     std::array<char, kAddressTextSize> sender;
-    collaborators.observer->observe({.flow = flow,
-                                     .sender = senderText(flow, sender),
+    collaborators.observer->observe({.time = origin.time,
+                                     .flow = origin.flow,
+                                     .sender = senderText(origin.flow, sender),
                                      .header = header,
                                      .questionName = writer.questionName(),
                                      .processes = processes,
@@ -96,9 +103,10 @@ struct PacketHandler::State {
 
   const Collaborators collaborators;
   RecordTextWriter writer;
-  TcpReassembler streams{
-      [this](const Flow& flow, std::span<const std::byte> message) { pass(flow, message, {}); },
-      [this](Undecodable reason) { collaborators.abandoned(reason); }};
+  TcpReassembler streams{[this](const Flow& flow, Time time, std::span<const std::byte> message) {
+                           pass({flow, time}, message);
+                         },
+                         [this](Undecodable reason) { collaborators.abandoned(reason); }};
 };
 
 PacketHandler::PacketHandler(Collaborators collaborators, std::string dnsServers)

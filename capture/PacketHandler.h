@@ -39,7 +39,8 @@ class PacketHandler {
   /// Frames without DNS over port 53 are ignored; a frame or message that cannot be decoded is
   /// reported to `abandoned` and nothing of it is passed on. Never throws on any input.
   void onPacketArrives(const CapturedFrame& frame);
-  /// The capture has ended: messages of which only a part came are reported to `abandoned`.
+  /// The capture has ended: what waits for missing segments is passed on or reported to
+  /// `abandoned`.
   void onCaptureEnds();
 
  private:

@@ -112,7 +112,7 @@ std::string PacketReaderWrapper::startPcapReader() {
         tallies_.droppedByKernel);
     if (!device) continue;
     appendListed(result, dnsServers);
-    if (startDevice(*device)) devices_.push_back(std::move(device));
+    if (startDevice(*device)) captures_.push_back({handler, std::move(device)});
   }
   return result;
 }
@@ -150,7 +150,11 @@ std::string PacketReaderWrapper::lookUp(const platform::CapturedDatagram& datagr
 }
 
 std::string PacketReaderWrapper::stopPcapReader() {
-  devices_.clear();
+  for (auto& [handler, device] : captures_) {
+    device->stop();
+    handler->onCaptureEnds();
+  }
+  captures_.clear();
   return "Reader stopped";
 }
 

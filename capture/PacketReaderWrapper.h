@@ -54,7 +54,11 @@ class PacketReaderWrapper {
   MessageObserverProtocol* const observer_;
 
   CaptureTallies tallies_;
-  std::vector<std::unique_ptr<CaptureDevice>> devices_;
+  struct Capture {
+    std::shared_ptr<PacketHandler> handler;
+    std::unique_ptr<CaptureDevice> device;
+  };
+  std::vector<Capture> captures_;
 };
 
 }  // namespace tovi

@@ -210,7 +210,7 @@ bool TcpReassembler::consume(Stream& stream, std::span<const std::byte> bytes) {
       return false;
     }
     if (partial.size() > kPrefix && wantedBytes(partial) == 0) {
-      message_(stream.flow, std::span(partial).subspan(kPrefix));
+      message_(stream.flow, stream.lastUsed, std::span(partial).subspan(kPrefix));
       partial = Bytes();
     }
   }

@@ -31,7 +31,7 @@ class TcpReassembler {
   static constexpr std::chrono::seconds kIdleTime{30};
 
   /// Takes each message in the order of its stream; the bytes are borrowed. Must not throw.
-  using MessageSink = std::function<void(const Flow&, std::span<const std::byte>)>;
+  using MessageSink = std::function<void(const Flow&, Time, std::span<const std::byte>)>;
   /// Told of each fault that cost a message.
   using LossSink = std::function<void(Undecodable)>;
 

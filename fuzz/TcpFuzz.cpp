@@ -25,7 +25,7 @@ void sendHostile(ByteCursor input) {
   std::size_t sent = 0;
   std::size_t told = 0;
   TcpReassembler streams(
-      [&](const Flow&, std::span<const std::byte> message) {
+      [&](const Flow&, auto, std::span<const std::byte> message) {
         require(message.size() >= kDnsHeader);
         told += 2 + message.size();
       },
@@ -119,9 +119,10 @@ class SoundStream {
   std::vector<Bytes> messages_;
   std::vector<Bytes> told_;
   int lost_ = 0;
-  TcpReassembler streams_{
-      [this](const Flow&, std::span<const std::byte> message) { told_.push_back(copyOf(message)); },
-      [this](Undecodable) { ++lost_; }};
+  TcpReassembler streams_{[this](const Flow&, auto, std::span<const std::byte> message) {
+                            told_.push_back(copyOf(message));
+                          },
+                          [this](Undecodable) { ++lost_; }};
 };
 
 }  // namespace

@@ -52,7 +52,7 @@ class Streams {
     messages.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
 
-  TcpReassembler streams_{[this](const Flow&, auto bytes) { take(bytes); },
+  TcpReassembler streams_{[this](const Flow&, auto, auto bytes) { take(bytes); },
                           [this](Undecodable reason) { lost.push_back(reason); }};
 };
 

@@ -23,7 +23,8 @@ class RecentActivityTest : public testing::Test {
     observe(header, name, "");
   }
   void observe(const DnsHeader& header, std::string_view name, std::string_view processes) {
-    activity_.observe({.flow = {},
+    activity_.observe({.time = {},
+                       .flow = {},
                        .sender = "192.0.2.1",
                        .header = header,
                        .questionName = name,

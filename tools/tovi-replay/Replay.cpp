@@ -75,12 +75,17 @@ bool Replay::run() {
   return finishOutput() && isReported && isWhole && !log_.sawFailure();
 }
 
-bool Replay::replayFile(const std::filesystem::path& file) try {
-  CaptureFile capture(file);
+bool Replay::replayFile(const std::filesystem::path& file) {
   auto handler = makeHandler();
+  const bool isWhole = replayFrames(handler, file);
+  handler.onCaptureEnds();
+  return isWhole;
+}
+
+bool Replay::replayFrames(PacketHandler& handler, const std::filesystem::path& file) try {
+  CaptureFile capture(file);
   CapturedFrame frame{};
   while (output_.failure() == 0 && capture.next(frame)) replayFrame(handler, frame);
-  handler.onCaptureEnds();
   return true;
 } catch (const CaptureFileError& error) {
   if (figures_) figures_->addFault(error.what());

@@ -33,6 +33,7 @@ class Replay {
  private:
   std::unique_ptr<EventDestination> makeDestination();
   bool replayFile(const std::filesystem::path& file);
+  bool replayFrames(PacketHandler& handler, const std::filesystem::path& file);
   void replayFrame(PacketHandler& handler, const CapturedFrame& frame);
   PacketHandler makeHandler();
   void takeRecord(std::string_view recordText);

@@ -133,8 +133,10 @@ int runStatus(const CommandLine& line) {
     write(std::nullopt, agent.counters(), line);
     return kDone;
   }
+  // First: what fails here has not taken the message from the companion.
+  const auto counters = offeredCounters(agent);
   const auto message = agent.statusMessage(line.has("--force"));
-  write(message, offeredCounters(agent), line);
+  write(message, counters, line);
   if (!message && !line.has("--json"))
     complain("no status message is due; --force fetches one in any case");
   return kDone;

@@ -109,7 +109,8 @@ static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) 
 }
 
 static int runWithoutVerb(const std::vector<std::string>& arguments) try {
-  const CommandLine line(arguments, withCommon({}));
+  const CommandLine line(arguments, withCommon({{"--version"}}));
+  if (line.has("--version")) return runVersion(line);
   if (!asksForHelp(line)) {
     throw UsageError("a verb is needed, such as \"tovictl status\" or \"tovictl top\"");
   }
@@ -117,16 +118,6 @@ static int runWithoutVerb(const std::vector<std::string>& arguments) try {
   return kDone;
 } catch (const UsageError& fault) {
   throw UsageError(std::string(fault.what()) + "; see tovictl --help");
-}
-
-// "help VERB" is "VERB --help", and "--version" is "version".
-static std::vector<std::string> withOneSpelling(std::vector<std::string> arguments) {
-  if (arguments.empty()) return arguments;
-  if (arguments.front() == "--version") arguments.front() = "version";
-  if (arguments.front() != "help") return arguments;
-  arguments.erase(arguments.begin());
-  arguments.push_back("--help");
-  return arguments;
 }
 
 static bool takesValue(const std::string& argument) {
@@ -147,9 +138,14 @@ static std::vector<std::string>::iterator findVerb(std::vector<std::string>& arg
   return at;
 }
 
-static int runProgram(const std::vector<std::string>& given) {
-  auto arguments = withOneSpelling(given);
-  const auto verb = findVerb(arguments);
+static int runProgram(std::vector<std::string> arguments) {
+  auto verb = findVerb(arguments);
+  // "help VERB" is "VERB --help".
+  if (verb != arguments.end() && *verb == "help") {
+    arguments.erase(verb);
+    arguments.push_back("--help");
+    verb = findVerb(arguments);
+  }
   if (verb == arguments.end()) return runWithoutVerb(arguments);
   const auto name = *verb;
   arguments.erase(verb);

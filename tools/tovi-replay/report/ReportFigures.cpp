@@ -33,6 +33,7 @@ void ReportFigures::addPacket(Date time) {
 }
 
 void ReportFigures::observe(const ObservedMessage& message) {
+  now_ = message.time;
   ++timeline_.at(now_).messages;
   const RecordTextReader record(message.recordText);
   const ExchangeMatcher::Message asked{message.flow, message.header.id, firstQuestion(record),

@@ -61,6 +61,7 @@ class ReportFigures : public MessageObserverProtocol {
  private:
   void addResponse(const ExchangeMatcher::Message& response, unsigned code);
 
+  /// Of the packet or message that the next figures are of.
   Date now_;
   Date first_;
   Date last_;

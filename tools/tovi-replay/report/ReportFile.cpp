@@ -8,6 +8,7 @@
 #include <optional>
 #include <random>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -23,7 +24,8 @@ namespace fs = std::filesystem;
 }
 
 bool isReplaceable(const fs::path& file) {
-  if (!fs::exists(file)) return true;
+  // A link that leads nowhere is somebody's, too.
+  if (!fs::exists(file)) return !fs::is_symlink(fs::symlink_status(file));
   if (!fs::is_regular_file(file)) return false;
   if (fs::is_empty(file)) return true;
   std::string start(kPageStart.size(), '\0');
@@ -53,7 +55,7 @@ void writeNew(const fs::path& file, std::optional<fs::perms> mode, std::string_v
   if (descriptor < 0) throwErrno();
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(fdopen(descriptor, "w"),
                                                                std::fclose);
-  if (mode) fs::permissions(file, *mode);
+  if (mode && fchmod(descriptor, static_cast<mode_t>(*mode & fs::perms(0777))) != 0) throwErrno();
   writeWhole(stream.get(), text);
 }
 
