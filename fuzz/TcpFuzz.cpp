@@ -47,6 +47,8 @@ void sendHostile(ByteCursor input) {
     streams.add(segment, time);
     require(told <= sent);
   }
+  streams.finish();
+  require(told <= sent);
 }
 
 struct Piece {
@@ -79,6 +81,7 @@ class SoundStream {
            .payload = payload,
            .missing = 0});
     }
+    streams_.finish();
     require(told_ == messages_ && lost_ == 0);
   }
 
