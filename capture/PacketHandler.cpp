@@ -52,16 +52,14 @@ struct PacketHandler::State {
   }
 
   void handle(const UdpDatagram& datagram, Time time) {
-    const bool isAsked = datagram.flow.sourcePort != kDnsPort;
-    pass({datagram.flow, time, isAsked, datagram.cut}, datagram.payload);
+    pass({datagram.flow, time, platform::Transport::udp, datagram.cut}, datagram.payload);
   }
 
   /// What is known of a message besides its bytes.
   struct Origin {
     const Flow& flow;
     Time time;
-    /// Then the process behind it is looked for.
-    bool isAsked = false;
+    platform::Transport transport;
     bool isCut = false;
   };
 
@@ -82,11 +80,16 @@ struct PacketHandler::State {
   void passOn(const Origin& origin, std::span<const std::byte> bytes) {
     DnsMessage message(bytes);
     writer.write(message);
-    const auto processes =
-        origin.isAsked ? collaborators.processLookup(origin.flow) : std::string();
-    writer.addProcess(processes);
-    observe(origin, message.header(), processes);
+    const auto sender = senderOf(origin, message.header());
+    writer.addProcess(sender.rows);
+    observe(origin, message.header(), sender.rows);
     collaborators.sink(writer.text());
+  }
+
+  platform::QuerySender senderOf(const Origin& origin, const DnsHeader& header) {
+    if (origin.flow.sourcePort == kDnsPort) return {};
+    return collaborators.processLookup(
+        {.flow = origin.flow, .transport = origin.transport, .identifier = header.id});
   }
 
   void observe(const Origin& origin, const DnsHeader& header, std::string_view processes) {
@@ -104,7 +107,7 @@ struct PacketHandler::State {
   const Collaborators collaborators;
   RecordTextWriter writer;
   TcpReassembler streams{[this](const Flow& flow, Time time, std::span<const std::byte> message) {
-                           pass({flow, time}, message);
+                           pass({flow, time, platform::Transport::tcp}, message);
                          },
                          [this](Undecodable reason) { collaborators.abandoned(reason); }};
 };

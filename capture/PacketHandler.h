@@ -8,7 +8,7 @@
 #include "capture/CapturedFrame.h"
 #include "capture/MessageObserverProtocol.h"
 #include "capture/Undecodable.h"
-#include "platform/Flow.h"
+#include "platform/ProcessLookup.h"
 
 namespace tovi {
 
@@ -16,14 +16,11 @@ namespace tovi {
 /// connections that are being joined. One thread at a time.
 class PacketHandler {
  public:
-  /// Finds the text of the processes that hold the socket a datagram left from; empty when none is
-  /// known.
-  using ProcessLookup = std::function<std::string(const platform::Flow&)>;
   using TextSink = std::function<void(std::string_view recordText)>;
 
   struct Collaborators {
-    /// Run for each message over UDP that does not come from port 53.
-    ProcessLookup processLookup;
+    /// Run for each message that does not come from port 53.
+    platform::ProcessLookup processLookup;
     /// Takes each finished text; the text is borrowed.
     TextSink sink;
     /// Told of each message before its text is passed on; null for nobody.

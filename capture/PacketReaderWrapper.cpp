@@ -123,8 +123,9 @@ std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::strin
   return std::make_shared<PacketHandler>(
       PacketHandler::Collaborators{
           .processLookup =
-              [this, index](const auto& flow) {
-                return lookUp({flow, index});
+              [this, index](platform::CapturedQuery query) {
+                query.interfaceIndex = index;
+                return lookUp(query);
               },
           .sink =
               [this](std::string_view recordText) {
@@ -142,11 +143,11 @@ void PacketReaderWrapper::noteAbandoned(Undecodable reason) {
   print(stdout, "Error parsing packet ");
 }
 
-std::string PacketReaderWrapper::lookUp(const platform::CapturedDatagram& datagram) {
-  auto processes = processLookup_(datagram);
+platform::QuerySender PacketReaderWrapper::lookUp(const platform::CapturedQuery& query) {
+  auto sender = processLookup_(query);
   tallies_.lookups.add();
-  if (processes.empty()) tallies_.lookupsWithoutProcess.add();
-  return processes;
+  if (sender.rows.empty()) tallies_.lookupsWithoutProcess.add();
+  return sender;
 }
 
 std::string PacketReaderWrapper::stopPcapReader() {

@@ -46,7 +46,7 @@ class PacketReaderWrapper {
   std::shared_ptr<PacketHandler> makeHandler(const std::string& interfaceName,
                                              const std::string& dnsServers);
   void noteAbandoned(Undecodable reason);
-  std::string lookUp(const platform::CapturedDatagram& datagram);
+  platform::QuerySender lookUp(const platform::CapturedQuery& query);
 
   // Constant after construction.
   const EntryFunction entry_;

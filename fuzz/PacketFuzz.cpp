@@ -161,11 +161,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace tovi;
   fuzz::TextCheck checkText;
   fuzz::ObserverCheck checkObserved;
-  PacketHandler handler({.processLookup = [](const auto&) { return std::string(fuzz::kProcesses); },
-                         .sink = [&](std::string_view text) { checkText(text); },
-                         .observer = &checkObserved,
-                         .abandoned = [](Undecodable) {}},
-                        std::string(fuzz::kDnsServers));
+  PacketHandler handler(
+      {.processLookup =
+           [](const auto&) { return platform::QuerySender{.rows = std::string(fuzz::kProcesses)}; },
+       .sink = [&](std::string_view text) { checkText(text); },
+       .observer = &checkObserved,
+       .abandoned = [](Undecodable) {}},
+      std::string(fuzz::kDnsServers));
   ByteCursor cursor(std::as_bytes(std::span(data, size)));
   const int linkType = fuzz::kLinkTypes[cursor.u8() % fuzz::kLinkTypes.size()];
   std::chrono::system_clock::time_point time;

@@ -9,18 +9,37 @@
 
 namespace tovi::platform {
 
-/// A UDP datagram that was captured, and may have left from a socket of this machine.
-struct CapturedDatagram {
+enum class Transport { udp, tcp };
+
+/// A DNS query that was captured, and may have left from a socket of this machine.
+struct CapturedQuery {
   Flow flow;
+  Transport transport = Transport::udp;
+  /// Of the DNS message (RFC 1035, section 4.1.1).
+  std::uint16_t identifier = 0;
   /// The index of the interface on which it was captured; 0 when unknown.
   unsigned interfaceIndex = 0;
 };
 
-/// Finds the processes that hold the socket from which a datagram left, and tells them as lsof(8)
-/// with "-n -i4UDP:PORT" does: a header line, then a row each, the lowest process identifier first,
-/// with command, process identifier and user as the first three columns. Empty when there is none
-/// or none was found. Any thread, several at once.
-using ProcessLookup = std::function<std::string(const CapturedDatagram&)>;
+/// Who sent a query. What is unknown is empty. All but the numbers is chosen by the process or
+/// those who started it, and can hold any byte.
+struct QuerySender {
+  /// The processes, as lsof(8) with "-n +c0 -i" tells them: a header line, then a row each, with
+  /// command, process identifier and user as the first three columns. A process cannot forge rows
+  /// or columns by its name. Empty when nobody was found; all else is empty then, too, and else it
+  /// is about the process of the first row.
+  std::string rows = {};
+  /// The systemd unit or the container of its control group.
+  std::string unit = {};
+  /// 0 when unknown.
+  int parentProcess = 0;
+  std::string parentName = {};
+  /// The path of its program.
+  std::string executable = {};
+};
+
+/// Finds the process that sent a query. Any thread, several at once.
+using ProcessLookup = std::function<QuerySender(const CapturedQuery&)>;
 
 /// The way to look, chosen by name: "lsof" runs that program, which finds a socket by its IPv4 port
 /// alone and takes some ten milliseconds, a second at the most. Else the system's own way, and lsof

@@ -52,12 +52,13 @@ class Report {
   }
 
  private:
-  std::string timedLookup(const tovi::platform::Flow& flow) {
+  tovi::platform::QuerySender timedLookup(tovi::platform::CapturedQuery query) {
+    query.interfaceIndex = interfaceIndex_;
     const auto begin = Clock::now();
-    const std::string text = lookup_({flow, interfaceIndex_});
+    auto sender = lookup_(query);
     lookupTime_ = Clock::now() - begin;
-    process_ = processOf(text);
-    return text;
+    process_ = processOf(sender.rows);
+    return sender;
   }
 
   const tovi::platform::ProcessLookup lookup_;
@@ -66,7 +67,7 @@ class Report {
   std::string process_;
   std::string asked_;
   tovi::PacketHandler handler_{
-      {.processLookup = [this](const auto& flow) { return timedLookup(flow); },
+      {.processLookup = [this](const auto& query) { return timedLookup(query); },
        .sink = [this](std::string_view text) { asked_ = between(text, ",query0!", ";"); },
        .abandoned = [](tovi::Undecodable) {}},
       ""};

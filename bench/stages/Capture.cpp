@@ -54,11 +54,12 @@ static void frameToRecordText(benchmark::State& state) {
   const auto& frames = Inputs::shared().frames();
   replay::ReplayClock clock;
   RecentActivity activity(clock);
-  PacketHandler handler({.processLookup = [](const auto&) { return std::string(kProcesses); },
-                         .sink = [](std::string_view text) { benchmark::DoNotOptimize(text); },
-                         .observer = state.range(0) == 0 ? nullptr : &activity,
-                         .abandoned = [](Undecodable) {}},
-                        "192.0.2.53");
+  PacketHandler handler(
+      {.processLookup = [](const auto&) { return platform::QuerySender{.rows = kProcesses}; },
+       .sink = [](std::string_view text) { benchmark::DoNotOptimize(text); },
+       .observer = state.range(0) == 0 ? nullptr : &activity,
+       .abandoned = [](Undecodable) {}},
+      "192.0.2.53");
   Measurement measurement(state, "packet", frames.size());
   for (auto pass : state) {
     for (const TimedFrame& frame : frames) {

@@ -89,7 +89,7 @@ class WholePath {
   DNSMessageContainer container_{100};
   ToviDNSMessageBuilder builder_{{store_, clock_, host_, host_, variables_, container_, host_}, {}};
   PacketHandler handler_{
-      {.processLookup = [](const auto&) { return std::string(); },
+      {.processLookup = [](const auto&) { return platform::QuerySender(); },
        .sink = [this](std::string_view text) { builder_.feed(text); },
        .abandoned =
            [](Undecodable) { throw std::logic_error("made-up traffic that cannot be decoded"); }},

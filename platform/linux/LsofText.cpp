@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <vector>
 
 namespace tovi::platform {
@@ -11,7 +12,6 @@ namespace tovi::platform {
 namespace {
 
 constexpr std::size_t kColumns = 9;
-constexpr std::size_t kLongestCommand = 9;
 
 using Row = std::array<std::string, kColumns>;
 
@@ -41,12 +41,31 @@ std::string endText(const Address& address, std::uint16_t port, const ServiceNam
   return hostText(address) + ":" + services.name(port);
 }
 
-std::string nameOf(const UdpSocket& socket, const ServiceNames& services) {
+// The states that a socket can be in while a process holds it (RFC 9293, section 3.3.2).
+std::string stateText(const TableSocket& socket) {
+  if (socket.transport != Transport::tcp) return {};
+  switch (socket.state) {
+    case TCP_ESTABLISHED:
+      return "(ESTABLISHED)";
+    case TCP_SYN_SENT:
+      return "(SYN_SENT)";
+    case TCP_FIN_WAIT1:
+      return "(FIN_WAIT1)";
+    case TCP_FIN_WAIT2:
+      return "(FIN_WAIT2)";
+    case TCP_CLOSE_WAIT:
+      return "(CLOSE_WAIT)";
+    default:
+      return {};
+  }
+}
+
+std::string nameOf(const TableSocket& socket, const ServiceNames& services) {
   std::string name = endText(socket.localAddress, socket.localPort, services);
   if (socket.remotePort != 0) {
     name += "->" + endText(socket.remoteAddress, socket.remotePort, services);
   }
-  return name + " ";
+  return name + " " + stateText(socket);
 }
 
 void append(std::string& text, const Row& row, const std::array<std::size_t, kColumns>& widths) {
@@ -62,27 +81,21 @@ void append(std::string& text, const Row& row, const std::array<std::size_t, kCo
 
 }  // namespace
 
-// The column is as wide as the whole name would need, within limits, even if an escape that did not
-// fit left less.
 std::string lsofCommand(std::string_view processName) {
   std::string command;
-  std::size_t width = 0;
-  for (const char c : processName) {
-    const std::string next = escaped(c);
-    width += next.size();
-    if (width <= kLongestCommand) command += next;
-  }
-  command.append(std::min(width, kLongestCommand) - command.size(), ' ');
+  for (const char c : processName) command += escaped(c);
   return command.empty() ? "?" : command;
 }
 
-std::string lsofText(const UdpSocket& socket, std::span<const NamedOwner> owners,
+std::string lsofText(const TableSocket& socket, std::span<const NamedOwner> owners,
                      const ServiceNames& services) {
   std::vector<Row> rows = {kHeader};
+  const bool isTcp = socket.transport == Transport::tcp;
   for (const auto& [owner, processName, userName] : owners) {
     rows.push_back({lsofCommand(processName), std::to_string(owner.process), userName,
                     std::to_string(owner.descriptor) + "u ", socket.isIpv6 ? "IPv6" : "IPv4",
-                    std::to_string(socket.inode), "0t0", "UDP", nameOf(socket, services)});
+                    std::to_string(socket.inode), "0t0", isTcp ? "TCP" : "UDP",
+                    nameOf(socket, services)});
   }
   std::array<std::size_t, kColumns> widths = {};
   for (const Row& row : rows) {

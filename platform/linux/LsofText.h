@@ -18,11 +18,11 @@ struct NamedOwner {
   std::string userName;
 };
 
-/// The text that lsof(8) prints, with "-n" and an address to choose by, for the owners of one UDP
+/// The text that lsof(8) prints, with "-n +c0" and an address to choose by, for the owners of one
 /// socket: a header line and a row for each, in the order given. A process cannot forge rows or
 /// columns by its name: bytes that are not printable ASCII, spaces and backslashes are escaped as
-/// lsof escapes them, the name is cut at nine columns, and an empty one is "?". Any thread.
-std::string lsofText(const UdpSocket& socket, std::span<const NamedOwner> owners,
+/// lsof escapes them, and an empty name is "?". Any thread.
+std::string lsofText(const TableSocket& socket, std::span<const NamedOwner> owners,
                      const ServiceNames& services);
 
 /// A process's name as it stands in the first column.

@@ -47,15 +47,15 @@ NativeProcessLookup::NativeProcessLookup() {
   checkThatOthersCanBeRead();
 }
 
-std::string NativeProcessLookup::find(const CapturedDatagram& datagram) {
+std::string NativeProcessLookup::find(const CapturedQuery& query) {
   const std::lock_guard lock(mutex_);
-  const auto socket = table_.find(datagram);
+  const auto socket = table_.find(query);
   if (!socket) return {};
   const auto now = Clock::now();
   if (const Told* const told = told_.find(socket->inode); told && isStillTrue(*told, now)) {
     return told->text;
   }
-  const auto owners = ownersOf(socket->inode, [&] { return table_.find(datagram).has_value(); });
+  const auto owners = ownersOf(socket->inode, [&] { return table_.find(query).has_value(); });
   if (owners.empty()) return {};
   auto text = lsofText(*socket, owners, services_);
   told_.set(socket->inode, {socket->inode, owners, text, now});

@@ -32,7 +32,7 @@ class NativeProcessLookup {
   /// The text that lsof(8) would print, the lowest process identifier first; empty when nobody is
   /// found. Besides the process that was found, those above it are told that share the socket with
   /// it by inheritance.
-  std::string find(const CapturedDatagram& datagram);
+  std::string find(const CapturedQuery& query);
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -12,10 +12,15 @@ namespace tovi::platform {
 
 namespace {
 
-std::string runLsof(const CapturedDatagram& datagram) {
+std::string socketsOfPort(const CapturedQuery& query) {
+  const char* const transport = query.transport == Transport::tcp ? "-i4TCP:" : "-i4UDP:";
+  return transport + std::to_string(query.flow.sourcePort);
+}
+
+QuerySender runLsof(const CapturedQuery& query) {
   try {
-    return runProgram("/usr/bin/lsof", {"-n", "-i4UDP:" + std::to_string(datagram.flow.sourcePort)},
-                      std::chrono::seconds(1));
+    return {.rows = runProgram("/usr/bin/lsof", {"-n", "+c0", socketsOfPort(query)},
+                               std::chrono::seconds(1))};
   } catch (const std::system_error&) {
     return {};
   }
@@ -33,11 +38,11 @@ void logFallback(const std::system_error& error) {
 ProcessLookup makeProcessLookup(std::optional<std::string_view> way) {
   if (way == "lsof") return runLsof;
   try {
-    return [native = std::make_shared<NativeProcessLookup>()](const CapturedDatagram& datagram) {
+    return [native = std::make_shared<NativeProcessLookup>()](const CapturedQuery& query) {
       try {
-        return native->find(datagram);
+        return QuerySender{.rows = native->find(query)};
       } catch (const std::system_error&) {
-        return std::string();
+        return QuerySender();
       }
     };
   } catch (const std::system_error& error) {

@@ -10,10 +10,13 @@
 
 namespace tovi::platform {
 
-/// A UDP socket as the kernel's table shows it. Addresses stand as in a Flow; that of a socket
-/// bound to any address, or connected to none, is all zero.
-struct UdpSocket {
+/// A socket as the kernel's table shows it. Addresses stand as in a Flow; that of a socket bound to
+/// any address, or connected to none, is all zero.
+struct TableSocket {
   ino_t inode;
+  Transport transport;
+  /// One of the states of TCP in netinet/tcp.h.
+  std::uint8_t state;
   /// Of the socket; one for IPv6 can speak IPv4.
   bool isIpv6;
   Address localAddress;
@@ -30,13 +33,13 @@ class SocketTable {
   /// Throws std::system_error when the table cannot be asked, or knows nothing of UDP.
   SocketTable();
 
-  /// The socket of this machine that an answer to the datagram would reach, hence the one that it
-  /// left from, unless several share a port by their own choice (SO_REUSEPORT). None when it was
-  /// closed, or when the datagram's source is not this machine. Throws std::system_error.
-  std::optional<UdpSocket> find(const CapturedDatagram& datagram);
+  /// The socket of this machine that an answer to the query would reach, hence the one that it left
+  /// from, unless several share a port by their own choice (SO_REUSEPORT). None when it was closed,
+  /// or when the query's source is not this machine. Throws std::system_error.
+  std::optional<TableSocket> find(const CapturedQuery& query);
 
  private:
-  std::optional<UdpSocket> ask(const CapturedDatagram& datagram);
+  std::optional<TableSocket> ask(const CapturedQuery& query);
 
   NetlinkSocket netlink_;
   LocalAddresses localAddresses_;

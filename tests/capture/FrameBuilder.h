@@ -62,9 +62,10 @@ inline std::string udp(const std::string& payload, unsigned source = 40000,
   return u16(source) + u16(destination) + u16(payload.size() + 8) + u16(0) + payload;
 }
 
-inline std::string tcp(const std::string& payload, unsigned offset = 5) {
-  return u16(53) + u16(40000) + u32(7) + u32(0) + u16(offset << 12 | 0x18) + u16(9) + u32(0) +
-         payload;
+inline std::string tcp(const std::string& payload, unsigned offset = 5, unsigned source = 53,
+                       unsigned destination = 40000) {
+  return u16(source) + u16(destination) + u32(7) + u32(0) + u16(offset << 12 | 0x18) + u16(9) +
+         u32(0) + payload;
 }
 
 inline std::string ipv4(const std::string& payload, unsigned protocol = 17, unsigned fragment = 0) {
@@ -105,11 +106,11 @@ struct HandlerRecorder : MessageObserverProtocol {
   std::vector<std::string> observed;
   std::vector<Undecodable> abandoned;
   std::string processes;
-  std::vector<unsigned> portsLookedUp;
+  std::vector<platform::CapturedQuery> lookedUp;
   PacketHandler handler{{.processLookup =
-                             [this](const platform::Flow& flow) {
-                               portsLookedUp.push_back(flow.sourcePort);
-                               return processes;
+                             [this](const platform::CapturedQuery& query) {
+                               lookedUp.push_back(query);
+                               return platform::QuerySender{.rows = processes};
                              },
                          .sink = [this](std::string_view text) { texts.emplace_back(text); },
                          .observer = this,

@@ -82,7 +82,8 @@ TEST(FrameDecoderTest, EachKindOfFrameGivesItsQuery) {
     EXPECT_EQ(recorder.texts, std::vector{"id!4660,opcode!0,response!0,query0!example.org;A;IN,"
                                           "flags!0;0;0;0;1;0,dnsServers!192.168.1.1"s})
         << name;
-    EXPECT_EQ(recorder.portsLookedUp, std::vector{40000U}) << name;
+    ASSERT_EQ(recorder.lookedUp.size(), 1U) << name;
+    EXPECT_EQ(recorder.lookedUp[0].flow.sourcePort, 40000U) << name;
   }
 }
 

@@ -104,7 +104,7 @@ class LiveCaptureTest : public testing::Test {
 TEST_F(LiveCaptureTest, ReceiverForwardsBurstsAndLongMessagesUntilItIsStopped) {
   Texts texts;
   LogRecorder log;
-  PacketReceiver receiver([](const auto&) { return std::string(); });
+  PacketReceiver receiver([](const auto&) { return platform::QuerySender(); });
   receiver.updateInterfaces();
   EXPECT_TRUE(log.messages().empty());
   receiver.setMessageBuilder(&texts);
@@ -132,7 +132,7 @@ TEST_F(LiveCaptureTest, ReceiverForwardsBurstsAndLongMessagesUntilItIsStopped) {
 TEST_F(LiveCaptureTest, PacketsForWhichTheRingHasNoRoomAreCounted) {
   constexpr std::size_t kSent = 6000;
   Texts texts;
-  PacketReceiver receiver([](const auto&) { return std::string(); });
+  PacketReceiver receiver([](const auto&) { return platform::QuerySender(); });
   receiver.setMessageBuilder(&texts);
   receiver.startReader();
   {

@@ -64,7 +64,20 @@ TEST(RecordTextTest, ObserverIsToldWhoAskedAndWhoAnsweredWhat) {
                 "response 3 a\\059b from 127.0.0.1", "response 5  from 127.0.0.1"}));
 }
 
-TEST(RecordTextTest, ProcessIsOnlyLookedForBehindQueriesOverUdpThatDecode) {
+TEST(RecordTextTest, ProcessIsLookedForByTransportAndIdentifier) {
+  HandlerRecorder recorder;
+  const std::string overTcp = dnsMessage(259, 0, {question("a")});
+  recorder.give(101, ipv4(udp(dnsMessage(258, 0, {question("a")}))));
+  recorder.give(101, ipv4(tcp(u16(overTcp.size()) + overTcp, 5, 40001, 53), 6));
+  ASSERT_EQ(recorder.lookedUp.size(), 2U);
+  EXPECT_EQ(recorder.lookedUp[0].transport, platform::Transport::udp);
+  EXPECT_EQ(recorder.lookedUp[0].identifier, 258);
+  EXPECT_EQ(recorder.lookedUp[1].transport, platform::Transport::tcp);
+  EXPECT_EQ(recorder.lookedUp[1].identifier, 259);
+  EXPECT_EQ(recorder.lookedUp[1].flow.sourcePort, 40001);
+}
+
+TEST(RecordTextTest, ProcessIsOnlyLookedForBehindQueriesThatDecode) {
   HandlerRecorder recorder;
   const std::string query = dnsMessage(1, 0, {question("a")});
   recorder.give(101, ipv4(udp(query, 53, 53)));
@@ -72,7 +85,7 @@ TEST(RecordTextTest, ProcessIsOnlyLookedForBehindQueriesOverUdpThatDecode) {
   recorder.give(101, ipv4(udp(dnsMessage(1, 0, {question("a", 65)}))));
   EXPECT_EQ(recorder.texts.size(), 2U);
   EXPECT_EQ(recorder.abandoned, std::vector{Undecodable::recordType});
-  EXPECT_TRUE(recorder.portsLookedUp.empty());
+  EXPECT_TRUE(recorder.lookedUp.empty());
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A socket of IPv4, or of IPv6 that may speak IPv4, and the datagram that it would send to a
-/// resolver on this machine.
+/// A socket of IPv4, or of IPv6 that may speak IPv4, and the query that it would send to a resolver
+/// on this machine.
 class Asker {
  public:
   explicit Asker(int family = AF_INET) : family_(family), socket_(socket(family, SOCK_DGRAM, 0)) {}
@@ -46,8 +46,8 @@ class Asker {
     return std::move(*this);
   }
 
-  CapturedDatagram datagram(const char* source, const char* destination) const {
-    CapturedDatagram captured = {{{}, {}, port(), 53}};
+  CapturedQuery datagram(const char* source, const char* destination) const {
+    CapturedQuery captured = {{{}, {}, port(), 53}};
     const in6_addr addresses[] = {addressOf(source), addressOf(destination)};
     std::memcpy(&captured.flow.source, &addresses[0], 16);
     std::memcpy(&captured.flow.destination, &addresses[1], 16);
@@ -155,7 +155,7 @@ class ProcessLookupTest : public testing::Test {
     findInTime(asker.datagram(kOwn, kOwn));
   }
   /// Asks again while nobody is found, since a search may take several questions.
-  void findInTime(const CapturedDatagram& datagram) {
+  void findInTime(const CapturedQuery& datagram) {
     int asked = 1;
     while (native_->find(datagram).empty() && asked < 100000) ++asked;
   }
@@ -181,15 +181,36 @@ TEST_F(ProcessLookupTest, TextIsThatOfLsof) {
                            "\x7f", "12345678\n"}) {
     prctl(PR_SET_NAME, name);
     for (const Asker* asker : {&connected, &dual, &any}) {
-      EXPECT_EQ(find(*asker),
-                runProgram("/usr/bin/lsof", {"-n", "-i4UDP:" + std::to_string(asker->port())}));
+      EXPECT_EQ(find(*asker), runProgram("/usr/bin/lsof",
+                                         {"-n", "+c0", "-i4UDP:" + std::to_string(asker->port())}));
     }
   }
 }
 
+TEST_F(ProcessLookupTest, TextOfAConnectionIsThatOfLsof) {
+  const FileDescriptor server(socket(AF_INET, SOCK_STREAM, 0));
+  const FileDescriptor client(socket(AF_INET, SOCK_STREAM, 0));
+  sockaddr_in ends[] = {{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}}, {}};
+  socklen_t length = sizeof ends[0];
+  auto* const serverEnd = reinterpret_cast<sockaddr*>(&ends[0]);
+  ASSERT_EQ(bind(server.get(), serverEnd, length), 0);
+  ASSERT_EQ(listen(server.get(), 1), 0);
+  getsockname(server.get(), serverEnd, &length);
+  ASSERT_EQ(connect(client.get(), serverEnd, length), 0);
+  getsockname(client.get(), reinterpret_cast<sockaddr*>(&ends[1]), &length);
+  CapturedQuery query = Asker().datagram(kOwn, kOwn);
+  query.transport = Transport::tcp;
+  query.flow.sourcePort = ntohs(ends[1].sin_port);
+  query.flow.destinationPort = ntohs(ends[0].sin_port);
+  const std::string port = std::to_string(query.flow.sourcePort);
+  EXPECT_EQ(native_->find(query), runProgram("/usr/bin/lsof", {"-n", "+c0", "-i4TCP:" + port}));
+  query.transport = Transport::udp;
+  EXPECT_EQ(native_->find(query), "");
+}
+
 TEST_F(ProcessLookupTest, NamesThatMisleadLsofStayInTheirColumn) {
   const Asker asker = Asker().connectTo(kOwn);
-  for (const auto& [name, column] : {std::pair(") R 1 2 (", "\n)\\x20R "),
+  for (const auto& [name, column] : {std::pair(") R 1 2 (", "\n)\\x20R\\x201\\x202\\x20( "),
                                      {"", "\n? "},
                                      {"((a))", "\n((a)) "},
                                      {"\xc3\xa9", "\n\\xc3\\xa9 "}}) {
@@ -220,8 +241,8 @@ TEST_F(ProcessLookupTest, OnlyTheSocketOfTheFlowCounts) {
 TEST_F(ProcessLookupTest, LsofFindsByThePortAlone) {
   const Asker connected = Asker().connectTo(kOwn);
   const auto elsewhere = connected.datagram("::ffff:192.0.2.1", "::ffff:192.0.2.2");
-  EXPECT_TRUE(makeProcessLookup("lsof")(elsewhere).starts_with("COMMAND"));
-  EXPECT_EQ(makeProcessLookup("other")(elsewhere), "");
+  EXPECT_TRUE(makeProcessLookup("lsof")(elsewhere).rows.starts_with("COMMAND"));
+  EXPECT_EQ(makeProcessLookup("other")(elsewhere).rows, "");
 }
 
 TEST_F(ProcessLookupTest, DescriptorThatBecameAnotherNamesNobody) {

@@ -102,7 +102,7 @@ void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
 }
 
 PacketHandler Replay::makeHandler() {
-  return PacketHandler({.processLookup = [](const auto&) { return std::string(); },
+  return PacketHandler({.processLookup = [](const auto&) { return platform::QuerySender(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
                         .observer = figures_ ? &*figures_ : nullptr,
                         .abandoned = [this](Undecodable reason) { noteFailure(reason); }},
