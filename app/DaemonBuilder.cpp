@@ -71,7 +71,8 @@ ToviDNSMessageBuilder::Domains undesiredDomains(const platform::Bundle& bundle) 
 }  // namespace
 
 DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& bundle,
-                             const std::filesystem::path& stateDirectory)
+                             const std::filesystem::path& stateDirectory,
+                             std::unique_ptr<CommitAcknowledgement> acknowledgement)
     : loop_(loop),
       bundle_(bundle),
       variables_(permanentVariables(bundle)),
@@ -90,7 +91,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& b
       crypto_(permanentDataManager_),
       deliveryHandler_(timeProvider_, propertyManager_),
       messagePersistence_(coreData_, timeProvider_, propertyManager_, variables_, deliveryHandler_,
-                          crypto_),
+                          crypto_, std::move(acknowledgement)),
       bundleProvider_(bundle.information("CFBundleShortVersionString")),
       messageFilter_(propertyManager_.getInt("removal_memory_size").value_or(10000), timeProvider_,
                      variables_),

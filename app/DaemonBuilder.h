@@ -48,9 +48,12 @@ class InstallationFault : public std::runtime_error {
 class DaemonBuilder {
  public:
   /// Capture runs afterwards if the agent was active at the last run. `loop` and `bundle` must
-  /// outlive the builder. Throws InstallationFault when the bundle has no permanent variables.
+  /// outlive the builder; `acknowledgement` is the message store's. Throws InstallationFault when
+  /// the bundle has no permanent variables.
   DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& bundle,
-                const std::filesystem::path& stateDirectory);
+                const std::filesystem::path& stateDirectory,
+                std::unique_ptr<CommitAcknowledgement> acknowledgement =
+                    std::make_unique<CommitAcknowledgement>());
   /// Stops everything that could still call a component, then records the orderly end.
   ~DaemonBuilder();
   DaemonBuilder(const DaemonBuilder&) = delete;

@@ -15,10 +15,12 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
                                        const GetPropertyManagerProtocol& propertyManager,
                                        SavePropertyManagerProtocol& variables,
                                        MessageDeliveryHandlerProtocol& deliveryHandler,
-                                       CryptoDataProtectorProtocol& crypto)
+                                       CryptoDataProtectorProtocol& crypto,
+                                       std::unique_ptr<CommitAcknowledgement> acknowledgement)
     : timeProvider_(timeProvider),
       variables_(variables),
       crypto_(crypto),
+      acknowledgement_(std::move(acknowledgement)),
       updateStateOlderDeliveredMessagesTimeout_(
           propertyManager.getDouble("delivered_timeout_sec").value_or(60.0)),
       context_(coreData.persistentContainer()),
@@ -209,10 +211,12 @@ void MessagePersistence::deleteDeliveryMessages(const std::string& id) {
 
 void MessagePersistence::saveDataChanges() {
   if (!context_.hasChanges()) return;
+  const auto count = context_.countInsertions();
   try {
-    const auto stored = context_.save();
-    stored_.add(stored);
-    if (stored > 0) logger_.debug("saveDataChanges()", "Stored messages: ", stored);
+    if (count > 0) acknowledgement_->committing(count);
+    context_.save();
+    stored_.add(count);
+    if (count > 0) acknowledgement_->committed(count);
   } catch (const SqliteError& error) {
     logger_.error("saveDataChanges()", "Error: ", error.what());
     keepNewestUnsaved(MessagesContext::kMaxUnsavedInsertions);

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "core/Tally.h"
 #include "core/TimeProviderProtocol.h"
 #include "core/ToviLog.h"
+#include "pipeline/CommitAcknowledgement.h"
 #include "pipeline/CoreDataManager.h"
 #include "pipeline/CryptoDataProtectorProtocol.h"
 #include "pipeline/JoinedBatches.h"
@@ -28,10 +30,9 @@ namespace tovi {
 ///
 /// `saveMessage` seals the batch and returns; a thread of the store commits all that came in since
 /// its last commit, together, in the order in which they came. A batch outlives a crash once its
-/// commit has returned, which is acknowledged by a debug line, "Stored messages: " and their
-/// number. A crash loses the newest: those in the commit under way and those that wait for the
-/// next, each about kMaxWaitingBytes at most. The other operations see every batch that was given
-/// before them. Destruction commits all.
+/// commit has returned, which is then acknowledged. A crash loses the newest: those in the commit
+/// under way and those that wait for the next, each about kMaxWaitingBytes at most. The other
+/// operations see every batch that was given before them. Destruction commits all.
 ///
 /// Failures of the store are logged; a batch that cannot be written waits in memory for the next
 /// operation that saves, destruction included. A batch that is given up is logged and counted as
@@ -49,7 +50,9 @@ class MessagePersistence : public MessagePersistenceProtocol {
                      const GetPropertyManagerProtocol& propertyManager,
                      SavePropertyManagerProtocol& variables,
                      MessageDeliveryHandlerProtocol& deliveryHandler,
-                     CryptoDataProtectorProtocol& crypto);
+                     CryptoDataProtectorProtocol& crypto,
+                     std::unique_ptr<CommitAcknowledgement> acknowledgement =
+                         std::make_unique<CommitAcknowledgement>());
   ~MessagePersistence();
 
   void saveMessage(const std::string& text) override;
@@ -98,6 +101,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   TimeProviderProtocol& timeProvider_;
   SavePropertyManagerProtocol& variables_;
   CryptoDataProtectorProtocol& crypto_;
+  const std::unique_ptr<CommitAcknowledgement> acknowledgement_;
   /// Seconds.
   const double updateStateOlderDeliveredMessagesTimeout_;
 

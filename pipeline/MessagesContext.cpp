@@ -77,13 +77,13 @@ void MessagesContext::remove(const std::string& id) {
   remove_.run();
 }
 
-std::size_t MessagesContext::save() {
+void MessagesContext::save() {
   const auto updates = std::exchange(updates_, {});
   database_.transaction([&] {
     for (const auto& message : insertions_) write(message);
     for (const auto& record : updates) write(record);
   });
-  return std::exchange(insertions_, {}).size();
+  insertions_.clear();
 }
 
 std::size_t MessagesContext::keepNewestInsertions(std::size_t count) {

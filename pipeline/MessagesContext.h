@@ -47,9 +47,10 @@ class MessagesContext {
   void remove(const std::string& id);
 
   bool hasChanges() const { return !insertions_.empty() || !updates_.empty(); }
-  /// Writes all changes or none; returns how many insertions it wrote. After a failure the
-  /// insertions are kept for the next time and the updates are forgotten.
-  std::size_t save();
+  std::size_t countInsertions() const { return insertions_.size(); }
+  /// Writes all changes or none. After a failure the insertions are kept for the next time and the
+  /// updates are forgotten.
+  void save();
   /// Gives up the oldest insertions, so that at most `count` wait; returns how many.
   std::size_t keepNewestInsertions(std::size_t count);
 
