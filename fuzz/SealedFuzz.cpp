@@ -32,7 +32,7 @@ bool opens(const CryptoDataProtector& protector, ByteView sealed) try {
 void check(ByteView key, ByteView payload) {
   OneSecret secret(key);
   const CryptoDataProtector protector(secret);
-  require(secret.item.size() == crypto_aead_chacha20poly1305_ietf_KEYBYTES);
+  require(secret.item.size() == CryptoDataProtector::kKeyBytes);
   require(!opens(protector, payload));
   Bytes sealed = protector.encrypt(payload);
   require(std::ranges::equal(protector.decrypt(sealed), payload));

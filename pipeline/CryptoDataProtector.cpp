@@ -12,6 +12,7 @@ namespace tovi {
 // The nonce is drawn anew for every seal; there is no associated data.
 static constexpr std::size_t kNonceSize = crypto_aead_chacha20poly1305_ietf_NPUBBYTES;
 static constexpr std::size_t kTagSize = crypto_aead_chacha20poly1305_ietf_ABYTES;
+static_assert(CryptoDataProtector::kKeyBytes == crypto_aead_chacha20poly1305_ietf_KEYBYTES);
 
 static unsigned char* raw(std::byte* bytes) {
   return reinterpret_cast<unsigned char*>(bytes);

@@ -3,8 +3,6 @@
 #include <array>
 #include <atomic>
 
-#include <sodium/crypto_aead_chacha20poly1305.h>
-
 #include "core/ToviLog.h"
 #include "pipeline/CryptoDataProtectorProtocol.h"
 
@@ -18,6 +16,7 @@ class CryptoDataProtector : public CryptoDataProtectorProtocol {
  public:
   /// Where the key is kept.
   static constexpr const char* kKeyAccount = "tovi_agent_key";
+  static constexpr std::size_t kKeyBytes = 32;
 
   /// `permanentDataManager` is borrowed and must outlive it.
   explicit CryptoDataProtector(PersistenceDataProtocol& permanentDataManager);
@@ -38,7 +37,7 @@ class CryptoDataProtector : public CryptoDataProtectorProtocol {
   mutable std::atomic<bool> isKeySaved_;
 
   // Constant after construction.
-  std::array<unsigned char, crypto_aead_chacha20poly1305_ietf_KEYBYTES> key_;
+  std::array<unsigned char, kKeyBytes> key_;
 };
 
 }  // namespace tovi

@@ -21,18 +21,21 @@ MessagesContext::MessagesContext(SqliteDatabase& database)
                  "SELECT rowid, id, state, lastUpdate FROM Messages WHERE id = ? "
                  "ORDER BY rowid LIMIT ?"),
       fetchPayload_(database, "SELECT data FROM Messages WHERE rowid = ?"),
-      // 1 is Pending, 2 is HandedOver.
-      countWaiting_(database, "SELECT count(*) FROM Messages WHERE state IN (1, 2)"),
+      countWaiting_(database, "SELECT count(*) FROM Messages WHERE state IN (?, ?)"),
       insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
       update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
       remove_(database,
               // The records are chosen before the first is deleted, which would change the choice.
               "DELETE FROM Messages WHERE rowid IN (SELECT rowid FROM Messages "
-              "WHERE id = ?1 AND (state <> 1 OR NOT EXISTS "
-              "(SELECT 1 FROM Messages WHERE id = ?1 AND state = 2)))") {}
+              "WHERE id = ?1 AND (state <> ?2 OR NOT EXISTS "
+              "(SELECT 1 FROM Messages WHERE id = ?1 AND state = ?3)))") {}
+
+static std::int64_t code(DeliveryState state) {
+  return static_cast<std::int64_t>(state);
+}
 
 std::vector<Messages> MessagesContext::fetch(DeliveryState state) {
-  fetchByState_.bind(1, static_cast<std::int64_t>(state));
+  fetchByState_.bind(1, code(state));
   return records(fetchByState_);
 }
 
@@ -60,6 +63,8 @@ std::optional<Bytes> MessagesContext::payload(const Messages& record) {
 
 std::int64_t MessagesContext::countWaiting() {
   std::int64_t count = 0;
+  countWaiting_.bind(1, code(DeliveryState::Pending));
+  countWaiting_.bind(2, code(DeliveryState::HandedOver));
   countWaiting_.run([&] { count = countWaiting_.integer(0); });
   return count;
 }
@@ -74,6 +79,8 @@ void MessagesContext::update(const Messages& record) {
 
 void MessagesContext::remove(const std::string& id) {
   remove_.bind(1, id);
+  remove_.bind(2, code(DeliveryState::Pending));
+  remove_.bind(3, code(DeliveryState::HandedOver));
   remove_.run();
 }
 
@@ -95,13 +102,13 @@ std::size_t MessagesContext::keepNewestInsertions(std::size_t count) {
 void MessagesContext::write(const Insertion& message) {
   insert_.bind(1, message.id);
   insert_.bind(2, ByteView(message.payload));
-  insert_.bind(3, static_cast<std::int64_t>(DeliveryState::Pending));
+  insert_.bind(3, code(DeliveryState::Pending));
   insert_.bind(4, std::optional(message.lastUpdate));
   insert_.run();
 }
 
 void MessagesContext::write(const Messages& record) {
-  update_.bind(1, static_cast<std::int64_t>(record.state));
+  update_.bind(1, code(record.state));
   update_.bind(2, record.lastUpdate);
   update_.bind(3, record.row);
   update_.run();
