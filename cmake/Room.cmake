@@ -12,9 +12,10 @@ target_compile_definitions(tovi_options INTERFACE $<$<CONFIG:RelWithDebInfo>:_FO
 target_compile_options(tovi_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-fstack-protector-strong>)
 target_link_options(tovi_options INTERFACE -Wl,-z,relro,-z,now)
 
+# The folder that this is called in becomes the room of that name.
 function(tovi_expose_room room)
   file(MAKE_DIRECTORY "${TOVI_ROOMS_DIR}/${room}")
-  file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${room}" "${TOVI_ROOMS_DIR}/${room}/${room}" SYMBOLIC)
+  file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${TOVI_ROOMS_DIR}/${room}/${room}" SYMBOLIC)
 endfunction()
 
 # The rooms whose headers a target may include, and whose code it is linked with.

@@ -1,14 +1,14 @@
 // Two batches as they come out of the store, a zero octet between them: each is refused or reads
 // back the same, and joined they have the events of both. Each event is one line in every
-// vocabulary that has words for it.
+// format that has words for it.
 
 #include <nlohmann/json.hpp>
 
 #include "core/Utf8.h"
+#include "formats/EventFormat.h"
+#include "formats/UnreadableEvent.h"
 #include "fuzz/Require.h"
 #include "pipeline/JoinedBatches.h"
-#include "tools/formats/EventFormat.h"
-#include "tools/formats/UnreadableEvent.h"
 
 namespace tovi::fuzz {
 

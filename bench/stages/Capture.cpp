@@ -6,7 +6,7 @@
 #include "capture/PacketHandler.h"
 #include "capture/RecordTextWriter.h"
 #include "events/RecentActivity.h"
-#include "tools/tovi-replay/ReplayClock.h"
+#include "tovi-replay/ReplayClock.h"
 
 namespace tovi::bench {
 

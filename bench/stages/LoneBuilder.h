@@ -3,8 +3,8 @@
 #include "core/TimeProvider.h"
 #include "events/DNSMessageContainer.h"
 #include "events/ToviDNSMessageBuilder.h"
-#include "tools/tovi-replay/NoVariables.h"
-#include "tools/tovi-replay/ReplayHost.h"
+#include "tovi-replay/NoVariables.h"
+#include "tovi-replay/ReplayHost.h"
 
 namespace tovi::bench {
 

@@ -16,8 +16,8 @@
 #include "pipeline/CryptoDataProtector.h"
 #include "pipeline/MessageDeliveryHandler.h"
 #include "pipeline/MessagePersistence.h"
-#include "tools/tovi-replay/BatchStore.h"
-#include "tools/tovi-replay/ReplayHost.h"
+#include "tovi-replay/BatchStore.h"
+#include "tovi-replay/ReplayHost.h"
 
 namespace tovi::bench {
 

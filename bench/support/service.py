@@ -113,7 +113,7 @@ class Daemon:
         for name, entries in (("PermanentVariables", self.variables), ("Settings", self.settings)):
             (resources / f"{name}.plist").write_bytes(plistlib.dumps(entries))
         self.environment = {**os.environ, "TOVI_RESOURCES_DIR": str(resources),
-                            "TOVI_HELPERS_DIR": str(self.build / "tools" / "helpers"),
+                            "TOVI_HELPERS_DIR": str(self.build / "platform" / "linux" / "helpers"),
                             "STATE_DIRECTORY": str(self.directory / "state"),
                             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.directory}/bus"}
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/ChildProcess.h"
+#include "platform/linux/helpers/HardwareReport.h"
 #include "tests/support/TestSupport.h"
-#include "tools/helpers/HardwareReport.h"
 
 namespace tovi::test {
 namespace {

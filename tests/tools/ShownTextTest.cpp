@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/tovictl/ShownText.h"
+#include "tovictl/ShownText.h"
 
 namespace tovi::test {
 namespace {

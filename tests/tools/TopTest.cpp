@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "service/StatisticsProtocol.h"
-#include "tools/tovictl/ShownText.h"
-#include "tools/tovictl/TopView.h"
+#include "tovictl/ShownText.h"
+#include "tovictl/top/TopView.h"
 
 namespace tovi::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/BatchStore.h"
+#include "tovi-replay/BatchStore.h"
 
 namespace tovi::replay {
 

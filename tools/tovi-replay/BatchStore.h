@@ -8,13 +8,13 @@
 #include "pipeline/MessageDeliveryHandler.h"
 #include "pipeline/MessagePacker.h"
 #include "pipeline/MessagePersistence.h"
-#include "tools/tovi-replay/CountingFilter.h"
-#include "tools/tovi-replay/CountingPersistence.h"
-#include "tools/tovi-replay/EventDestination.h"
-#include "tools/tovi-replay/NoVariables.h"
-#include "tools/tovi-replay/PreservingExecutor.h"
-#include "tools/tovi-replay/ReplayClock.h"
-#include "tools/tovi-replay/ReplayOptions.h"
+#include "tovi-replay/CountingFilter.h"
+#include "tovi-replay/CountingPersistence.h"
+#include "tovi-replay/EventDestination.h"
+#include "tovi-replay/NoVariables.h"
+#include "tovi-replay/PreservingExecutor.h"
+#include "tovi-replay/ReplayClock.h"
+#include "tovi-replay/ReplayOptions.h"
 
 namespace tovi::replay {
 

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/CountingFilter.h"
+#include "tovi-replay/CountingFilter.h"
 
 namespace tovi::replay {
 

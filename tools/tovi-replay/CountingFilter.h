@@ -1,7 +1,7 @@
 #pragma once
 
 #include "events/MessageFilterProtocol.h"
-#include "tools/tovi-replay/ReplayCounts.h"
+#include "tovi-replay/ReplayCounts.h"
 
 namespace tovi::replay {
 

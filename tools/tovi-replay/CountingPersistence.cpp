@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/CountingPersistence.h"
+#include "tovi-replay/CountingPersistence.h"
 
 namespace tovi::replay {
 

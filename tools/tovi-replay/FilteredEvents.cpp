@@ -1,6 +1,6 @@
-#include "tools/tovi-replay/FilteredEvents.h"
+#include "tovi-replay/FilteredEvents.h"
 
-#include "tools/tovi-replay/ReplayOptions.h"
+#include "tovi-replay/ReplayOptions.h"
 
 namespace tovi::replay {
 

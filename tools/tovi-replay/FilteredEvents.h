@@ -3,9 +3,9 @@
 #include <functional>
 
 #include "events/RepetitionsRemovalMessageFilter.h"
-#include "tools/tovi-replay/CountingFilter.h"
-#include "tools/tovi-replay/EventDestination.h"
-#include "tools/tovi-replay/NoVariables.h"
+#include "tovi-replay/CountingFilter.h"
+#include "tovi-replay/EventDestination.h"
+#include "tovi-replay/NoVariables.h"
 
 namespace tovi::replay {
 

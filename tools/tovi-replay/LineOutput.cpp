@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/LineOutput.h"
+#include "tovi-replay/LineOutput.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/LogPrinter.h"
+#include "tovi-replay/LogPrinter.h"
 
 #include "core/ToviLog.h"
 

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/PreservingExecutor.h"
+#include "tovi-replay/PreservingExecutor.h"
 
 #include <stdexcept>
 

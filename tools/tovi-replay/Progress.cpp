@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/Progress.h"
+#include "tovi-replay/Progress.h"
 
 #include <algorithm>
 #include <cinttypes>

@@ -1,15 +1,15 @@
-#include "tools/tovi-replay/Replay.h"
+#include "tovi-replay/Replay.h"
 
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
 
 #include "capture/CaptureFile.h"
-#include "tools/tovi-replay/BatchStore.h"
-#include "tools/tovi-replay/FilteredEvents.h"
-#include "tools/tovi-replay/report/HtmlText.h"
-#include "tools/tovi-replay/report/ReportFile.h"
-#include "tools/tovi-replay/report/ReportPage.h"
+#include "report/HtmlText.h"
+#include "report/ReportFile.h"
+#include "report/ReportPage.h"
+#include "tovi-replay/BatchStore.h"
+#include "tovi-replay/FilteredEvents.h"
 
 namespace tovi::replay {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/ReplayClock.h"
+#include "tovi-replay/ReplayClock.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/ReplayCounts.h"
+#include "tovi-replay/ReplayCounts.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/ReplayHost.h"
+#include "tovi-replay/ReplayHost.h"
 
 #include "status/SystemInformation.h"
 

@@ -1,4 +1,4 @@
-#include "tools/tovi-replay/ReplayOptions.h"
+#include "tovi-replay/ReplayOptions.h"
 
 #include <charconv>
 #include <cmath>
@@ -160,7 +160,7 @@ OPTIONS
       Print one event a line as JSON. This is the default.
 
   --format FORMAT
-      Write events in one of these vocabularies:
+      Write events in one of these formats:
         tovi      as the daemon makes them; the default
         ecs       Elastic Common Schema 9.4
         ocsf-1.8  Open Cybersecurity Schema Framework 1.8, class DNS Activity;

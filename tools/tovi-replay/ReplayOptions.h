@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "formats/EventFormat.h"
 #include "pipeline/MessagePacker.h"
-#include "tools/formats/EventFormat.h"
 
 namespace tovi::replay {
 

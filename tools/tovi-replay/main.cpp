@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "platform/Memory.h"
-#include "tools/tovi-replay/Replay.h"
-#include "tools/tovi-replay/report/HtmlText.h"
+#include "report/HtmlText.h"
+#include "tovi-replay/Replay.h"
 
 namespace tovi::replay {
 namespace {

@@ -1,4 +1,4 @@
-#include "Activity.h"
+#include "tovictl/Activity.h"
 
 #include "service/StatisticsProtocol.h"
 

@@ -1,4 +1,4 @@
-#include "Agent.h"
+#include "tovictl/Agent.h"
 
 #include "platform/Bundle.h"
 #include "service/StatisticsProtocol.h"

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "Activity.h"
-#include "Counters.h"
 #include "core/ToviAgentProtocol.h"
 #include "platform/ServiceBus.h"
+#include "tovictl/Activity.h"
+#include "tovictl/Counters.h"
 
 namespace tovi::ctl {
 

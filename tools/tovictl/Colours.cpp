@@ -1,9 +1,9 @@
-#include "Colours.h"
+#include "tovictl/Colours.h"
 
 #include <cstdlib>
 
-#include "Output.h"
 #include "core/AgentState.h"
+#include "tovictl/Output.h"
 
 namespace tovi::ctl {
 

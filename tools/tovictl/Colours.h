@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "CommandLine.h"
+#include "tovictl/CommandLine.h"
 
 namespace tovi::ctl {
 

@@ -1,8 +1,8 @@
-#include "CommandLine.h"
+#include "tovictl/CommandLine.h"
 
 #include <algorithm>
 
-#include "Suggestion.h"
+#include "tovictl/Suggestion.h"
 
 namespace tovi::ctl {
 

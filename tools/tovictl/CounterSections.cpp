@@ -1,4 +1,4 @@
-#include "CounterSections.h"
+#include "tovictl/CounterSections.h"
 
 #include "service/StatisticsProtocol.h"
 

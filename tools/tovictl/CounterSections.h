@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "Counters.h"
-#include "Table.h"
+#include "tovictl/Counters.h"
+#include "tovictl/Table.h"
 
 namespace tovi::ctl {
 

@@ -1,4 +1,4 @@
-#include "Counters.h"
+#include "tovictl/Counters.h"
 
 namespace tovi::ctl {
 

@@ -1,10 +1,10 @@
-#include "Agent.h"
-#include "Input.h"
-#include "Json.h"
-#include "Output.h"
-#include "Table.h"
-#include "Verbs.h"
 #include "core/AgentState.h"
+#include "tovictl/Agent.h"
+#include "tovictl/Input.h"
+#include "tovictl/Json.h"
+#include "tovictl/Output.h"
+#include "tovictl/Table.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

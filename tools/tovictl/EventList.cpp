@@ -1,13 +1,13 @@
-#include "EventList.h"
+#include "tovictl/EventList.h"
 
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <utility>
 
-#include "Line.h"
-#include "ShownText.h"
-#include "tools/formats/EventFacts.h"
+#include "formats/EventFacts.h"
+#include "tovictl/Line.h"
+#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

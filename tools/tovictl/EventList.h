@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <string>
 
-#include "Colours.h"
 #include "events/ToviDNSEvent.h"
+#include "tovictl/Colours.h"
 
 namespace tovi::ctl {
 

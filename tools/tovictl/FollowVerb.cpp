@@ -1,15 +1,15 @@
-#include "Agent.h"
-#include "EventList.h"
-#include "Interval.h"
-#include "Json.h"
-#include "Output.h"
-#include "Verbs.h"
 #include "core/AgentState.h"
 #include "events/EventJson.h"
+#include "formats/EventFormat.h"
+#include "formats/UnreadableEvent.h"
 #include "service/ToviAgentXPCProtocol.h"
 #include "status/StatusMessageState.h"
-#include "tools/formats/EventFormat.h"
-#include "tools/formats/UnreadableEvent.h"
+#include "tovictl/Agent.h"
+#include "tovictl/EventList.h"
+#include "tovictl/Interval.h"
+#include "tovictl/Json.h"
+#include "tovictl/Output.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

@@ -1,12 +1,12 @@
-#include "Input.h"
+#include "tovictl/Input.h"
 
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <unistd.h>
 
-#include "Output.h"
 #include "service/ServiceValues.h"
+#include "tovictl/Output.h"
 
 namespace tovi::ctl {
 

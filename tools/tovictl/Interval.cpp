@@ -1,4 +1,4 @@
-#include "Interval.h"
+#include "tovictl/Interval.h"
 
 #include <charconv>
 

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "CommandLine.h"
+#include "tovictl/CommandLine.h"
 
 namespace tovi::ctl {
 

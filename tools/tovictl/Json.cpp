@@ -1,6 +1,6 @@
-#include "Json.h"
+#include "tovictl/Json.h"
 
-#include "Output.h"
+#include "tovictl/Output.h"
 
 namespace tovi::ctl {
 

@@ -1,6 +1,6 @@
-#include "Line.h"
+#include "tovictl/Line.h"
 
-#include "ShownText.h"
+#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Colours.h"
+#include "tovictl/Colours.h"
 
 namespace tovi::ctl {
 

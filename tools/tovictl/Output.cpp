@@ -1,4 +1,4 @@
-#include "Output.h"
+#include "tovictl/Output.h"
 
 #include <cerrno>
 #include <iostream>
@@ -8,7 +8,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "ShownText.h"
+#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

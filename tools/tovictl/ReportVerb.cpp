@@ -1,9 +1,9 @@
-#include "Agent.h"
-#include "Input.h"
-#include "Json.h"
-#include "Output.h"
-#include "ShownText.h"
-#include "Verbs.h"
+#include "tovictl/Agent.h"
+#include "tovictl/Input.h"
+#include "tovictl/Json.h"
+#include "tovictl/Output.h"
+#include "tovictl/ShownText.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

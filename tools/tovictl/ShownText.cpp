@@ -1,4 +1,4 @@
-#include "ShownText.h"
+#include "tovictl/ShownText.h"
 
 #include <cwchar>
 #include <langinfo.h>

@@ -1,8 +1,8 @@
-#include "Agent.h"
-#include "Json.h"
-#include "Output.h"
-#include "Table.h"
-#include "Verbs.h"
+#include "tovictl/Agent.h"
+#include "tovictl/Json.h"
+#include "tovictl/Output.h"
+#include "tovictl/Table.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

@@ -1,4 +1,4 @@
-#include "Suggestion.h"
+#include "tovictl/Suggestion.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
-#include "Table.h"
+#include "tovictl/Table.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 
-#include "ShownText.h"
+#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Colours.h"
+#include "tovictl/Colours.h"
 
 namespace tovi::ctl {
 

@@ -1,4 +1,4 @@
-#include "Verbs.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 
@@ -101,7 +101,7 @@ identifier, type, name, the response code if it is an error, and the data of the
 answers; the middle of what is too long is left out. Anywhere else, and with
 --json or --format, it is compact JSON on a line, and nothing else is written.
 
-  --format FORMAT     the vocabulary of the lines: tovi, as the daemon makes
+  --format FORMAT     the format of the lines: tovi, as the daemon makes
                       them, when not given; ecs, Elastic Common Schema 9.4;
                       ocsf-1.8 (or ocsf) and ocsf-1.9, DNS Activity of the
                       Open Cybersecurity Schema Framework

@@ -1,6 +1,6 @@
-#include "Json.h"
-#include "Output.h"
-#include "Verbs.h"
+#include "tovictl/Json.h"
+#include "tovictl/Output.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

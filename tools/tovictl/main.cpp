@@ -2,12 +2,12 @@
 #include <clocale>
 #include <sstream>
 
-#include "CommandLine.h"
-#include "Output.h"
-#include "Suggestion.h"
-#include "Table.h"
-#include "Verbs.h"
 #include "platform/ServiceBus.h"
+#include "tovictl/CommandLine.h"
+#include "tovictl/Output.h"
+#include "tovictl/Suggestion.h"
+#include "tovictl/Table.h"
+#include "tovictl/Verbs.h"
 
 namespace tovi::ctl {
 

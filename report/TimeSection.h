@@ -1,0 +1,11 @@
+#pragma once
+
+#include "report/HtmlText.h"
+#include "report/ReportFigures.h"
+
+namespace tovi::replay {
+
+/// What happened when. Any thread.
+void writeTimeSection(HtmlText& page, const ReportFigures& figures);
+
+}  // namespace tovi::replay

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "tovictl/Activity.h"
+#include "tovictl/Counters.h"
+
+namespace tovi::ctl {
+
+/// One look at the daemon.
+struct Sample {
+  std::chrono::steady_clock::time_point time;
+  Counters counters;
+  Activity activity;
+};
+
+/// A look, or why the daemon could not be looked at.
+struct SampleOutcome {
+  std::optional<Sample> sample;
+  std::string failure;
+};
+
+}  // namespace tovi::ctl
