@@ -24,50 +24,31 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
       updateStateOlderDeliveredMessagesTimeout_(
           propertyManager.getDouble("delivered_timeout_sec").value_or(60.0)),
       context_(coreData.persistentContainer()),
-      deliveryHandler_(deliveryHandler) {}
+      deliveryHandler_(deliveryHandler),
+      waiting_(timeProvider) {}
 
 MessagePersistence::~MessagePersistence() {
   waitUntilSaved();
-  serialQueue_.sync([this] {
-    saveDataChanges();
-    keepNewestUnsaved(0);
-  });
+  keepNewestWaiting(0);
 }
 
 void MessagePersistence::saveMessage(const std::string& text) {
-  static constexpr const char* kFunction = "saveMessage(_:)";
-  auto sealed = encrypMsg(text);
-  if (!sealed) return countDropped(kFunction, "Error: message is not sealed");
-  if (sealed->size() > MessagesContext::kMaxPayloadBytes) {
-    return countDropped(kFunction, "Error: message is too large to be stored");
+  if (text.size() > kMostBatchBytes) {
+    return countDropped("saveMessage(_:)", "Error: message is too large to be stored");
   }
-  const bool hasRoom = insertMessage(std::move(*sealed));
-  if (!hasRoom) waitUntilSaved();
-}
-
-// The date is taken under the lock, so that the order of storing is that of the dates.
-bool MessagePersistence::insertMessage(Bytes sealed) {
-  std::lock_guard lock(waitingMutex_);
-  if (waiting_.empty()) serialQueue_.async([this] { saveWaitingMessages(); });
-  waitingBytes_ += sealed.size();
-  waiting_.push_back({timeProvider_.currentTime("yyyyMMddHHmmss"), std::move(sealed), now()});
-  return waitingBytes_ <= kMaxWaitingBytes;
+  const auto added = waiting_.add(text);
+  if (added.isFirst) serialQueue_.async([this] { saveWaitingMessages(); });
+  if (added.bytes > kMostAddedBytes) waitUntilSaved();
 }
 
 void MessagePersistence::saveWaitingMessages() {
   pacer_.wait();
-  {
-    std::lock_guard lock(waitingMutex_);
-    waitingBytes_ = 0;
-    for (auto& message : waiting_) context_.insert(std::move(message));
-    waiting_.clear();
-  }
   saveDataChanges();
 }
 
 void MessagePersistence::waitUntilSaved() {
   pacer_.hurry();
-  serialQueue_.sync([] {});
+  serialQueue_.sync([this] { saveDataChanges(); });
 }
 
 std::optional<std::uint64_t> MessagePersistence::waiting() try {
@@ -210,21 +191,41 @@ void MessagePersistence::deleteDeliveryMessages(const std::string& id) {
 }
 
 void MessagePersistence::saveDataChanges() {
-  if (!context_.hasChanges()) return;
-  const auto count = context_.countInsertions();
   try {
-    if (count > 0) acknowledgement_->committing(count);
-    context_.save();
-    stored_.add(count);
-    if (count > 0) acknowledgement_->committed(count);
+    save();
   } catch (const SqliteError& error) {
     logger_.error("saveDataChanges()", "Error: ", error.what());
-    keepNewestUnsaved(MessagesContext::kMaxUnsavedInsertions);
+    keepNewestWaiting(kMostWaitingBytes);
   }
 }
 
-void MessagePersistence::keepNewestUnsaved(std::size_t count) {
-  for (auto dropped = context_.keepNewestInsertions(count); dropped > 0; --dropped) {
+void MessagePersistence::save() {
+  const auto& batches = waiting_.collect();
+  if (batches.empty() && !context_.hasChanges()) return;
+  if (!batches.empty()) acknowledgement_->committing(batches.size());
+  std::size_t stored = 0;
+  context_.save([&] { stored = insert(batches); });
+  waiting_.clear();
+  stored_.add(stored);
+  if (stored > 0) acknowledgement_->committed(stored);
+}
+
+std::size_t MessagePersistence::insert(const std::deque<WaitingBatches::Batch>& batches) {
+  std::size_t inserted = 0;
+  for (const auto& batch : batches) {
+    const auto sealed = encrypMsg(batch.text);
+    if (!sealed) {
+      countDropped("saveMessage(_:)", "Error: message is not sealed");
+      continue;
+    }
+    context_.insert(batch.id, *sealed, batch.time);
+    ++inserted;
+  }
+  return inserted;
+}
+
+void MessagePersistence::keepNewestWaiting(std::size_t bytes) {
+  for (auto dropped = waiting_.keepNewest(bytes); dropped > 0; --dropped) {
     countDropped("saveDataChanges()", "Error: too many unsaved messages, oldest dropped");
   }
 }

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -20,6 +19,7 @@
 #include "pipeline/JoinedBatches.h"
 #include "pipeline/MessageDeliveryHandlerProtocol.h"
 #include "pipeline/MessagesContext.h"
+#include "pipeline/WaitingBatches.h"
 
 namespace tovi {
 
@@ -28,21 +28,26 @@ namespace tovi {
 /// handed over together, joined into one text. When some of them were not, a success that is
 /// reported concerns only those that were.
 ///
-/// `saveMessage` seals the batch and returns; a thread of the store commits all that came in since
+/// `saveMessage` returns at once; a thread of the store seals and commits all that came in since
 /// its last commit, together, in the order in which they came. A batch outlives a crash once its
 /// commit has returned, which is then acknowledged. A crash loses the newest: those in the commit
-/// under way and those that wait for the next, each about kMaxWaitingBytes at most. The other
+/// under way and those that wait for the next, each about kMostAddedBytes at most. The other
 /// operations see every batch that was given before them. Destruction commits all.
 ///
-/// Failures of the store are logged; a batch that cannot be written waits in memory for the next
-/// operation that saves, destruction included. A batch that is given up is logged and counted as
-/// "data_dropped_messages" in the variables. The collaborators are borrowed and must outlive it;
-/// the delivery handler is called by one thread at a time. Any thread.
+/// Failures of the store are logged; batches that cannot be written wait in memory, up to
+/// kMostWaitingBytes of the newest, for the next operation that saves, destruction included. A
+/// batch that is given up is logged and counted as "data_dropped_messages" in the variables. The
+/// collaborators are borrowed and must outlive it; the delivery handler is called by one thread at
+/// a time. Any thread.
 class MessagePersistence : public MessagePersistenceProtocol {
  public:
-  /// Sealed batches that wait for their commit; a caller that exceeds it waits for that commit.
-  static constexpr std::size_t kMaxWaitingBytes = 512 * 1024;
-  /// From one commit of waiting batches to the next, unless kMaxWaitingBytes wait before.
+  /// A batch of more bytes is given up.
+  static constexpr std::size_t kMostBatchBytes = 8 * 1024 * 1024;
+  /// Batches that wait for a store that cannot be written to.
+  static constexpr std::size_t kMostWaitingBytes = 8 * 1024 * 1024;
+  /// Batches that came since the last commit; a caller that exceeds it waits for the next.
+  static constexpr std::size_t kMostAddedBytes = 512 * 1024;
+  /// From one commit to the next, unless kMostAddedBytes came before.
   static constexpr std::chrono::milliseconds kCommitSpacing{50};
 
   /// `propertyManager` is read only during construction.
@@ -76,7 +81,6 @@ class MessagePersistence : public MessagePersistenceProtocol {
   using Records = std::vector<Messages>;
   using BatchesById = std::map<std::string, JoinedBatches>;
 
-  bool insertMessage(Bytes sealed);
   void saveWaitingMessages();
   Texts handOverMessages();
   Records permittedMessages();
@@ -90,7 +94,9 @@ class MessagePersistence : public MessagePersistenceProtocol {
   Records makeFilteredFetch(const std::function<Records()>& fetch);
   void deleteDeliveryMessages(const std::string& id);
   void saveDataChanges();
-  void keepNewestUnsaved(std::size_t count);
+  void save();
+  std::size_t insert(const std::deque<WaitingBatches::Batch>& batches);
+  void keepNewestWaiting(std::size_t bytes);
   void countDropped(const char* function, const char* reason);
   std::optional<Bytes> encrypMsg(const std::string& text) const;
   std::optional<std::string> decryptMsg(ByteView sealed) const;
@@ -105,11 +111,6 @@ class MessagePersistence : public MessagePersistenceProtocol {
   /// Seconds.
   const double updateStateOlderDeliveredMessagesTimeout_;
 
-  // Guarded by the mutex. While batches wait, the queue has a block that will save them.
-  std::mutex waitingMutex_;
-  std::vector<MessagesContext::Insertion> waiting_;
-  std::size_t waitingBytes_ = 0;
-
   // Any thread.
   Tally stored_;
   Tally dropped_;
@@ -119,6 +120,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   // Only on the queue.
   MessagesContext context_;
   MessageDeliveryHandlerProtocol& deliveryHandler_;
+  WaitingBatches waiting_;
 
   SerialQueue serialQueue_{"io.messagepersistence.serialqueue"};
 };

@@ -69,10 +69,6 @@ std::int64_t MessagesContext::countWaiting() {
   return count;
 }
 
-void MessagesContext::insert(Insertion message) {
-  insertions_.push_back(std::move(message));
-}
-
 void MessagesContext::update(const Messages& record) {
   updates_.push_back(record);
 }
@@ -84,26 +80,19 @@ void MessagesContext::remove(const std::string& id) {
   remove_.run();
 }
 
-void MessagesContext::save() {
+void MessagesContext::save(const std::function<void()>& insertAll) {
   const auto updates = std::exchange(updates_, {});
   database_.transaction([&] {
-    for (const auto& message : insertions_) write(message);
     for (const auto& record : updates) write(record);
+    insertAll();
   });
-  insertions_.clear();
 }
 
-std::size_t MessagesContext::keepNewestInsertions(std::size_t count) {
-  const auto excess = insertions_.size() - std::min(insertions_.size(), count);
-  insertions_.erase(insertions_.begin(), insertions_.begin() + static_cast<std::ptrdiff_t>(excess));
-  return excess;
-}
-
-void MessagesContext::write(const Insertion& message) {
-  insert_.bind(1, message.id);
-  insert_.bind(2, ByteView(message.payload));
+void MessagesContext::insert(const std::string& id, ByteView payload, double lastUpdate) {
+  insert_.bind(1, id);
+  insert_.bind(2, payload);
   insert_.bind(3, code(DeliveryState::Pending));
-  insert_.bind(4, std::optional(message.lastUpdate));
+  insert_.bind(4, std::optional(lastUpdate));
   insert_.run();
 }
 

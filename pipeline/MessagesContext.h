@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include <functional>
 #include <vector>
 
 #include "pipeline/Messages.h"
@@ -11,23 +11,10 @@ namespace tovi {
 
 /// The messages of a store, and the changes to them until they are saved. Fetches return what is
 /// saved, at most kFetchLimit records. The database is borrowed and must outlive it. All but
-/// `insert`, `update`, `hasChanges` and `keepNewestInsertions` throw SqliteError. One caller at a
-/// time.
+/// `update` and `hasChanges` throw SqliteError. One caller at a time.
 class MessagesContext {
  public:
   static constexpr int kFetchLimit = 20;
-  /// Leaves room for the rest of the record.
-  static constexpr std::size_t kMaxPayloadBytes = SqliteDatabase::kMaxValueBytes - 1024;
-  /// Messages that wait for a store that cannot be written to.
-  static constexpr std::size_t kMaxUnsavedInsertions = 64;
-
-  /// A new pending message.
-  struct Insertion {
-    std::string id;
-    Bytes payload;
-    double lastUpdate;
-  };
-
   explicit MessagesContext(SqliteDatabase& database);
 
   /// By `lastUpdate`, the oldest first.
@@ -38,25 +25,21 @@ class MessagesContext {
   /// Nothing when the record has no payload, or one that is no byte string.
   std::optional<Bytes> payload(const Messages& record);
 
-  /// Adds a message, its payload of at most kMaxPayloadBytes.
-  void insert(Insertion message);
   /// Changes the state and `lastUpdate` of the record.
   void update(const Messages& record);
   /// Deletes at once, without `save`: all records of `id`, or, when only some of them were handed
   /// over, all but those that are still pending.
   void remove(const std::string& id);
 
-  bool hasChanges() const { return !insertions_.empty() || !updates_.empty(); }
-  std::size_t countInsertions() const { return insertions_.size(); }
-  /// Writes all changes or none. After a failure the insertions are kept for the next time and the
-  /// updates are forgotten.
-  void save();
-  /// Gives up the oldest insertions, so that at most `count` wait; returns how many.
-  std::size_t keepNewestInsertions(std::size_t count);
+  bool hasChanges() const { return !updates_.empty(); }
+  /// Writes all changes, and what `insertAll` inserts, or nothing at all. After a failure the
+  /// changes are forgotten.
+  void save(const std::function<void()>& insertAll);
+  /// Writes a new pending message; only while `save` saves.
+  void insert(const std::string& id, ByteView payload, double lastUpdate);
 
  private:
   static std::vector<Messages> records(SqliteStatement& fetch);
-  void write(const Insertion& message);
   void write(const Messages& record);
 
   SqliteDatabase& database_;
@@ -68,7 +51,6 @@ class MessagesContext {
   SqliteStatement update_;
   SqliteStatement remove_;
 
-  std::deque<Insertion> insertions_;
   std::vector<Messages> updates_;
 };
 

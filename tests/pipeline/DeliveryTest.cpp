@@ -105,7 +105,7 @@ TEST_F(Delivery, EverythingGivenBeforeIsSeenAndEndingCommitsTheRest) {
   save("a");
   messages_.messageDeliveryState("20220125170252", false);
   EXPECT_EQ(states(), "");
-  const std::string large(messages_.kMaxWaitingBytes, ' ');
+  const std::string large(messages_.kMostAddedBytes, ' ');
   {
     MessagePersistence ending(store_, clock_, settings_, variables_, handler_, crypto_);
     for (const auto& text : {large, large, batchOf("a")}) ending.saveMessage(text);
@@ -187,21 +187,33 @@ TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSaveOrDoneAgain) {
   save("a");
   sql("PRAGMA query_only=ON");
   clock_.advance(1);
-  saveOnePerSecond(66);
+  saveOnePerSecond(220);
   messages_.waitUntilSaved();
   EXPECT_TRUE(log_.hasPrefix("Error: attempt to write a readonly database"));
-  EXPECT_EQ(log_.count("Error: too many unsaved messages, oldest dropped"), 2);
-  EXPECT_EQ(variables_.getInt("data_dropped_messages"), 2);
+  EXPECT_EQ(messages_.dropped().count(), 0U);
   EXPECT_EQ(handedOutAfter(0), "a ");
   messages_.messageDeliveryState("20220125170252", false);
   EXPECT_TRUE(log_.hasPrefix("Error deleting data: attempt to write a readonly database"));
   sql("PRAGMA query_only=OFF");
   EXPECT_EQ(handedOutAfter(0), "a ");
   EXPECT_EQ(query("SELECT count(*)||' from '||min(id) FROM Messages WHERE state = 1"),
-            "64 from 20220125170255");
+            "220 from 20220125170253");
   sql("DROP TABLE Messages");
   EXPECT_EQ(handedOutAfter(0), "");
   EXPECT_TRUE(log_.hasPrefix("Error: no such table"));
+}
+
+TEST_F(Delivery, OldestGoWhenMoreWaitsForTheStoreThanMemoryIsSetAside) {
+  sql("PRAGMA query_only=ON");
+  std::string large = batchOf("large");
+  large.resize(messages_.kMostWaitingBytes / 4, ' ');
+  for (int i = 0; i < 6; ++i, clock_.advance(1)) messages_.saveMessage(large);
+  messages_.saveMessage(std::string(messages_.kMostBatchBytes + 1, ' '));
+  EXPECT_EQ(log_.count("Error: too many unsaved messages, oldest dropped"), 2);
+  EXPECT_EQ(log_.count("Error: message is too large to be stored"), 1);
+  EXPECT_EQ(variables_.getInt("data_dropped_messages"), 3);
+  sql("PRAGMA query_only=OFF");
+  EXPECT_EQ(query("SELECT count(*)||' from '||min(id) FROM Messages"), "4 from 20220125170254");
 }
 
 }  // namespace
