@@ -134,7 +134,6 @@ void MessagePersistence::messageDeliveryState(const std::string& id, bool delive
     } else {
       confirmDelivery(id);
     }
-    saveDataChanges();
   });
 }
 
@@ -144,6 +143,7 @@ void MessagePersistence::returnToPending(const std::string& id) {
     record.state = DeliveryState::Pending;
     context_.update(record);
   }
+  saveDataChanges();
 }
 
 void MessagePersistence::confirmDelivery(const std::string& id) {
@@ -185,6 +185,7 @@ MessagePersistence::Records MessagePersistence::makeFilteredFetch(
 void MessagePersistence::deleteDeliveryMessages(const std::string& id) {
   try {
     context_.remove(id);
+    save();
   } catch (const SqliteError& error) {
     logger_.error("deleteDeliveryMessages(fetchRequest:)", "Error deleting data: ", error.what());
   }

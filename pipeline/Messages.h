@@ -8,6 +8,8 @@ namespace tovi {
 
 /// Where a stored message stands; the codes are those in the store.
 enum class DeliveryState : std::int64_t {
+  /// Never in the store: the record goes with the next save.
+  Delivered = 0,
   Pending = 1,
   HandedOver = 2,
   /// The payload cannot be opened; never offered again.

@@ -1,6 +1,7 @@
 #include "pipeline/MessagesContext.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace tovi {
@@ -19,34 +20,60 @@ MessagesContext::MessagesContext(SqliteDatabase& database)
                     "ORDER BY lastUpdate, rowid LIMIT ?"),
       fetchById_(database,
                  "SELECT rowid, id, state, lastUpdate FROM Messages WHERE id = ? "
-                 "ORDER BY rowid LIMIT ?"),
+                 "ORDER BY rowid"),
       fetchPayload_(database, "SELECT data FROM Messages WHERE rowid = ?"),
       countWaiting_(database, "SELECT count(*) FROM Messages WHERE state IN (?, ?)"),
       insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
       update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
-      remove_(database,
-              // The records are chosen before the first is deleted, which would change the choice.
-              "DELETE FROM Messages WHERE rowid IN (SELECT rowid FROM Messages "
-              "WHERE id = ?1 AND (state <> ?2 OR NOT EXISTS "
-              "(SELECT 1 FROM Messages WHERE id = ?1 AND state = ?3)))") {}
+      remove_(database, "DELETE FROM Messages WHERE rowid = ?") {}
 
 static std::int64_t code(DeliveryState state) {
   return static_cast<std::int64_t>(state);
 }
 
+static bool isOlder(const Messages& record, const Messages& other) {
+  return std::tie(record.lastUpdate, record.row) < std::tie(other.lastUpdate, other.row);
+}
+
+static void keepFirst(std::vector<Messages>& records, std::size_t count) {
+  if (records.size() > count) records.resize(count);
+}
+
 std::vector<Messages> MessagesContext::fetch(DeliveryState state) {
   fetchByState_.bind(1, code(state));
-  return records(fetchByState_);
+  // Enough are left without those that have changed.
+  fetchByState_.bind(2, static_cast<std::int64_t>(kFetchLimit + changes_.size()));
+  auto found = records(fetchByState_);
+  if (changes_.empty()) return found;
+  std::erase_if(found, [&](const Messages& record) { return changes_.contains(record.row); });
+  for (const auto& [row, changed] : changes_) {
+    if (changed.state == state) found.push_back(changed);
+  }
+  std::ranges::sort(found, isOlder);
+  keepFirst(found, kFetchLimit);
+  return found;
 }
 
 std::vector<Messages> MessagesContext::fetch(const std::string& id) {
+  auto found = fetchAll(id);
+  keepFirst(found, kFetchLimit);
+  return found;
+}
+
+std::vector<Messages> MessagesContext::fetchAll(const std::string& id) {
   fetchById_.bind(1, id);
-  return records(fetchById_);
+  auto found = records(fetchById_);
+  for (auto& record : found) {
+    if (const auto changed = changes_.find(record.row); changed != changes_.end()) {
+      record = changed->second;
+    }
+  }
+  std::erase_if(found, [](const auto& record) { return record.state == DeliveryState::Delivered; });
+  return found;
 }
 
 std::vector<Messages> MessagesContext::records(SqliteStatement& fetch) {
   std::vector<Messages> records;
-  fetch.bind(2, std::int64_t{kFetchLimit});
   fetch.run([&] {
     records.push_back({fetch.integer(0), usableId(fetch.text(1)),
                        static_cast<DeliveryState>(fetch.integer(2)), fetch.real(3)});
@@ -61,31 +88,41 @@ std::optional<Bytes> MessagesContext::payload(const Messages& record) {
   return payload;
 }
 
+static bool isWaiting(DeliveryState state) {
+  return state == DeliveryState::Pending || state == DeliveryState::HandedOver;
+}
+
 std::int64_t MessagesContext::countWaiting() {
   std::int64_t count = 0;
   countWaiting_.bind(1, code(DeliveryState::Pending));
   countWaiting_.bind(2, code(DeliveryState::HandedOver));
   countWaiting_.run([&] { count = countWaiting_.integer(0); });
-  return count;
+  // Records change only while they wait.
+  return count - std::ranges::count_if(
+                     changes_, [](const auto& change) { return !isWaiting(change.second.state); });
 }
 
 void MessagesContext::update(const Messages& record) {
-  updates_.push_back(record);
+  changes_[record.row] = record;
 }
 
 void MessagesContext::remove(const std::string& id) {
-  remove_.bind(1, id);
-  remove_.bind(2, code(DeliveryState::Pending));
-  remove_.bind(3, code(DeliveryState::HandedOver));
-  remove_.run();
+  const auto records = fetchAll(id);
+  const bool handedOver = std::ranges::any_of(
+      records, [](const auto& record) { return record.state == DeliveryState::HandedOver; });
+  for (auto record : records) {
+    if (handedOver && record.state == DeliveryState::Pending) continue;
+    record.state = DeliveryState::Delivered;
+    update(record);
+  }
 }
 
 void MessagesContext::save(const std::function<void()>& insertAll) {
-  const auto updates = std::exchange(updates_, {});
   database_.transaction([&] {
-    for (const auto& record : updates) write(record);
+    for (const auto& [row, record] : changes_) write(record);
     insertAll();
   });
+  changes_.clear();
 }
 
 void MessagesContext::insert(const std::string& id, ByteView payload, double lastUpdate) {
@@ -97,6 +134,10 @@ void MessagesContext::insert(const std::string& id, ByteView payload, double las
 }
 
 void MessagesContext::write(const Messages& record) {
+  if (record.state == DeliveryState::Delivered) {
+    remove_.bind(1, record.row);
+    return remove_.run();
+  }
   update_.bind(1, code(record.state));
   update_.bind(2, record.lastUpdate);
   update_.bind(3, record.row);

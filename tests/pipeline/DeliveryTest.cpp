@@ -183,7 +183,7 @@ TEST_F(Delivery, RecordsWithoutAUsablePayloadAreParked) {
   EXPECT_EQ(messages_.waiting(), 1U);
 }
 
-TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSaveOrDoneAgain) {
+TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSave) {
   save("a");
   sql("PRAGMA query_only=ON");
   clock_.advance(1);
@@ -191,16 +191,31 @@ TEST_F(Delivery, WhatCannotBeWrittenIsKeptForTheNextSaveOrDoneAgain) {
   messages_.waitUntilSaved();
   EXPECT_TRUE(log_.hasPrefix("Error: attempt to write a readonly database"));
   EXPECT_EQ(messages_.dropped().count(), 0U);
-  EXPECT_EQ(handedOutAfter(0), "a ");
-  messages_.messageDeliveryState("20220125170252", false);
-  EXPECT_TRUE(log_.hasPrefix("Error deleting data: attempt to write a readonly database"));
   sql("PRAGMA query_only=OFF");
-  EXPECT_EQ(handedOutAfter(0), "a ");
   EXPECT_EQ(query("SELECT count(*)||' from '||min(id) FROM Messages WHERE state = 1"),
-            "220 from 20220125170253");
+            "221 from 20220125170252");
   sql("DROP TABLE Messages");
   EXPECT_EQ(handedOutAfter(0), "");
   EXPECT_TRUE(log_.hasPrefix("Error: no such table"));
+}
+
+TEST_F(Delivery, StatesAreKeptWhileTheyCannotBeWritten) {
+  saveOnePerSecond(44);
+  EXPECT_EQ(handedOutAfter(-44), "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 ");
+  sql("PRAGMA query_only=ON");
+  EXPECT_EQ(handedOutAfter(0), "20 21 22 23 24 25 26 27 28 29 30 31 32 33 34 35 36 37 38 39 ");
+  EXPECT_EQ(handedOutAfter(0), "40 41 42 43 ");
+  EXPECT_EQ(handedOutAfter(0), "");
+  messages_.messageDeliveryState("20220125170255", false);
+  messages_.messageDeliveryState("20220125170313", false);
+  EXPECT_TRUE(log_.hasPrefix("Error deleting data: attempt to write a readonly database"));
+  messages_.messageDeliveryState("20220125170300", true);
+  EXPECT_EQ(messages_.waiting(), 42U);
+  EXPECT_EQ(handedOutAfter(10), "8 ");
+  EXPECT_EQ(states(), std::string(20, '2') + std::string(24, '1'));
+  sql("PRAGMA query_only=OFF");
+  EXPECT_EQ(handedOutAfter(1), "");
+  EXPECT_EQ(states(), std::string(42, '2'));
 }
 
 TEST_F(Delivery, OldestGoWhenMoreWaitsForTheStoreThanMemoryIsSetAside) {
