@@ -16,7 +16,7 @@ int runDaemon(std::unique_ptr<CommitAcknowledgement> acknowledgement) {
   platform::keepFreedMemory();
   const ToviLog logger(kCoreSubsystem, "DaemonBuilder");
   platform::MainLoop loop;
-  const platform::Bundle bundle = platform::Bundle::main();
+  const Bundle bundle = Bundle::main();
   try {
     DaemonBuilder builder(loop, bundle, platform::stateDirectory(), std::move(acknowledgement));
     builder.start();

@@ -11,7 +11,7 @@ namespace tovi {
 
 namespace {
 
-std::filesystem::path permanentVariables(const platform::Bundle& bundle) {
+std::filesystem::path permanentVariables(const Bundle& bundle) {
   const auto file = bundle.resource("PermanentVariables", "plist");
   if (!file) {
     throw InstallationFault(
@@ -22,7 +22,7 @@ std::filesystem::path permanentVariables(const platform::Bundle& bundle) {
 }
 
 /// What the deployment sets: the entries of Settings.plist, if there is one.
-PropertyDictionary deploymentSettings(const platform::Bundle& bundle) {
+PropertyDictionary deploymentSettings(const Bundle& bundle) {
   const auto file = bundle.resource("Settings", "plist");
   if (!file) return {};
   try {
@@ -34,7 +34,7 @@ PropertyDictionary deploymentSettings(const platform::Bundle& bundle) {
   }
 }
 
-PropertyDictionary seededSettings(const platform::Bundle& bundle) {
+PropertyDictionary seededSettings(const Bundle& bundle) {
   PropertyDictionary settings = deploymentSettings(bundle);
   settings["status_message_version"] = {std::string("1.0.0.0")};
   settings["dns_message_version"] = {std::string("1.0.0.0")};
@@ -62,7 +62,7 @@ HostFacts hostFacts(const platform::HostChanges& changes) {
 }
 
 /// The names that are never reported: the collector's own.
-ToviDNSMessageBuilder::Domains undesiredDomains(const platform::Bundle& bundle) {
+ToviDNSMessageBuilder::Domains undesiredDomains(const Bundle& bundle) {
   const auto host = bundle.information("ToviCollectorHost");
   if (!host || host->empty()) return {};
   return {*host};
@@ -70,7 +70,7 @@ ToviDNSMessageBuilder::Domains undesiredDomains(const platform::Bundle& bundle) 
 
 }  // namespace
 
-DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& bundle,
+DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                              const std::filesystem::path& stateDirectory,
                              std::unique_ptr<CommitAcknowledgement> acknowledgement)
     : loop_(loop),

@@ -10,6 +10,7 @@
 #include "app/RunRecord.h"
 #include "capture/InterfaceChecker.h"
 #include "capture/PacketReceiver.h"
+#include "core/Bundle.h"
 #include "core/DaemonToviAgent.h"
 #include "core/KeychainHelper.h"
 #include "core/PermanentVariablesManager.h"
@@ -25,7 +26,6 @@
 #include "pipeline/MessageDeliveryHandler.h"
 #include "pipeline/MessagePacker.h"
 #include "pipeline/MessagePersistence.h"
-#include "platform/Bundle.h"
 #include "platform/HostChanges.h"
 #include "platform/MainLoop.h"
 #include "service/ToviAgentXPC.h"
@@ -50,7 +50,7 @@ class DaemonBuilder {
   /// Capture runs afterwards if the agent was active at the last run. `loop` and `bundle` must
   /// outlive the builder; `acknowledgement` is the message store's. Throws InstallationFault when
   /// the bundle has no permanent variables.
-  DaemonBuilder(platform::MainLoop& loop, const platform::Bundle& bundle,
+  DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                 const std::filesystem::path& stateDirectory,
                 std::unique_ptr<CommitAcknowledgement> acknowledgement =
                     std::make_unique<CommitAcknowledgement>());
@@ -70,7 +70,7 @@ class DaemonBuilder {
   void reportState();
 
   platform::MainLoop& loop_;
-  const platform::Bundle& bundle_;
+  const Bundle& bundle_;
   TimeProvider timeProvider_;
   PermanentVariablesManager variables_;
   RunRecord runRecord_;

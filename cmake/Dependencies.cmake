@@ -10,3 +10,9 @@ pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(ncurses REQUIRED IMPORTED_TARGET ncursesw)
 pkg_check_modules(zlib REQUIRED IMPORTED_TARGET zlib)
+
+# libplist 2.3 and later keeps the sign of an integer apart from its bits.
+include(CheckCXXSymbolExists)
+set(CMAKE_REQUIRED_LIBRARIES PkgConfig::plist)
+check_cxx_symbol_exists(plist_int_val_is_negative plist/plist.h TOVI_PLIST_TELLS_SIGNS)
+unset(CMAKE_REQUIRED_LIBRARIES)

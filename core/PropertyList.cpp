@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 #include <plist/plist.h>
 
@@ -36,13 +37,31 @@ void requireDepth(int depth) {
   }
 }
 
-// Integers that only an unsigned type can hold come as the same 64 bits as negative ones. The
-// library tells them apart when it compares.
+// Integers that only an unsigned type can hold come as the same 64 bits as negative ones. libplist
+// 2.2 tells the two apart only when it compares.
+#ifdef TOVI_PLIST_TELLS_SIGNS
+plist_t newInteger(std::int64_t value) {
+  return plist_new_int(value);
+}
+
+bool isSigned(plist_t node, std::uint64_t bits) {
+  return std::in_range<std::int64_t>(bits) || plist_int_val_is_negative(node);
+}
+#else
+plist_t newInteger(std::int64_t value) {
+  return plist_new_uint(static_cast<std::uint64_t>(value));
+}
+
+bool isSigned(plist_t node, std::uint64_t bits) {
+  const OwnedNode asSigned(plist_new_uint(bits));
+  return plist_compare_node_value(node, asSigned.get());
+}
+#endif
+
 std::optional<PropertyValue> integerOf(plist_t node) {
   std::uint64_t bits = 0;
   plist_get_uint_val(node, &bits);
-  const OwnedNode asSigned(plist_new_uint(bits));
-  if (!plist_compare_node_value(node, asSigned.get())) return std::nullopt;
+  if (!isSigned(node, bits)) return std::nullopt;
   return PropertyValue{static_cast<std::int64_t>(bits)};
 }
 
@@ -145,9 +164,7 @@ std::string xmlText(std::string_view text) {
 
 struct NodeMaker {
   plist_t operator()(bool value) const { return plist_new_bool(value); }
-  plist_t operator()(std::int64_t value) const {
-    return plist_new_uint(static_cast<std::uint64_t>(value));
-  }
+  plist_t operator()(std::int64_t value) const { return newInteger(value); }
   plist_t operator()(double value) const { return plist_new_real(value); }
   plist_t operator()(const std::string& value) const {
     return plist_new_string(xmlText(value).c_str());
@@ -193,9 +210,13 @@ void requireSize(std::size_t size) {
 PropertyDictionary parsePropertyList(std::string_view bytes) {
   requireSize(bytes.size());
   const auto length = static_cast<std::uint32_t>(bytes.size());
-  if (plist_is_binary(bytes.data(), length)) checkBinaryPropertyList(bytes);
   plist_t node = nullptr;
-  plist_from_memory(bytes.data(), length, &node);
+  if (plist_is_binary(bytes.data(), length)) {
+    checkBinaryPropertyList(bytes);
+    plist_from_bin(bytes.data(), length, &node);
+  } else {
+    plist_from_xml(bytes.data(), length, &node);
+  }
   const OwnedNode root(node);
   if (!root) throw PropertyListError("The data is not a property list");
   if (!PLIST_IS_DICT(node)) throw PropertyListError("The property list is not a dictionary");

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/Bundle.h"
 #include "platform/HostChanges.h"
 #include "platform/Network.h"
 #include "platform/linux/FileDescriptor.h"
@@ -77,25 +76,6 @@ TEST(HostChanges, AnInterfaceThatComesUpChangesTheRevision) {
     EXPECT_NE(changes.revision(), before);
   }).join();
   if (!isAllowed) GTEST_SKIP() << "no right to make a network namespace";
-}
-
-TEST(Bundle, TellsTheTextsOfItsInformation) {
-  const TemporaryDirectory directory;
-  const auto bundleOf = [&](const std::string& information) {
-    writeFile(directory / "Info.plist", information);
-    return platform::Bundle(directory.path());
-  };
-  const std::string sound =
-      "<plist><dict><key>CFBundleIdentifier</key><string>io.tovi</string>"
-      "<key>Count</key><integer>1</integer></dict></plist>";
-  EXPECT_EQ(bundleOf(sound).identifier(), "io.tovi");
-  EXPECT_EQ(bundleOf(sound).information("Count"), std::nullopt);
-  EXPECT_EQ(bundleOf(sound).resource("Settings", "plist"), std::nullopt);
-  for (const auto& malformed :
-       {std::string("<plist>"), std::string("bplist00\xFF\xFF"),
-        std::string("<plist><array/></plist>"), sound + std::string(65536, ' ')}) {
-    EXPECT_EQ(bundleOf(malformed).identifier(), std::nullopt) << malformed.substr(0, 60);
-  }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "tovictl/Agent.h"
 
-#include "platform/Bundle.h"
+#include "core/Bundle.h"
 #include "service/StatisticsProtocol.h"
 #include "service/ToviAgentXPCProtocol.h"
 
@@ -12,7 +12,7 @@ using OptionalText = std::optional<std::string>;
 using Dictionary = platform::ServiceValue::Dictionary;
 
 static std::string serviceName() {
-  return platform::Bundle::main().information("MachServiceName").value_or(xpc::kServiceName);
+  return Bundle::main().information("MachServiceName").value_or(xpc::kServiceName);
 }
 
 Agent::Agent(platform::ServiceStart start) : service_(serviceName(), xpc::kObjectPath, start) {}

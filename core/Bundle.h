@@ -1,13 +1,13 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace tovi::platform {
+#include "core/PropertyValue.h"
+
+namespace tovi {
 
 /// The installed program's resources and its information dictionary (Info.plist). Constant after
 /// construction; any thread.
@@ -17,7 +17,7 @@ class Bundle {
   /// was configured.
   static Bundle main();
 
-  /// An Info.plist that is missing, malformed, binary or larger than 64 KiB tells nothing.
+  /// An Info.plist that readPropertyList refuses tells nothing.
   explicit Bundle(std::filesystem::path directory);
 
   /// The path of the resource, none when there is no such regular file.
@@ -30,7 +30,7 @@ class Bundle {
 
  private:
   std::filesystem::path directory_;
-  std::map<std::string, std::string, std::less<>> information_;
+  PropertyDictionary information_;
 };
 
-}  // namespace tovi::platform
+}  // namespace tovi

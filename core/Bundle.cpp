@@ -1,0 +1,47 @@
+#include "core/Bundle.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "core/PropertyList.h"
+#include "core/TypedValue.h"
+
+namespace tovi {
+
+namespace {
+
+PropertyDictionary informationOf(const std::filesystem::path& directory) {
+  try {
+    return readPropertyList(directory / "Info.plist");
+  } catch (const PropertyListError&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+Bundle Bundle::main() {
+  const char* chosen = std::getenv("TOVI_RESOURCES_DIR");
+  return Bundle(chosen != nullptr && *chosen != '\0' ? chosen : TOVI_RESOURCES_DIR);
+}
+
+Bundle::Bundle(std::filesystem::path directory)
+    : directory_(std::move(directory)), information_(informationOf(directory_)) {}
+
+std::optional<std::filesystem::path> Bundle::resource(std::string_view name,
+                                                      std::string_view extension) const {
+  const auto file = directory_ / std::string(name).append(".").append(extension);
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(file, ignored)) return std::nullopt;
+  return file;
+}
+
+std::optional<std::string> Bundle::information(std::string_view key) const {
+  return typedValue<std::string>(information_, key);
+}
+
+std::optional<std::string> Bundle::identifier() const {
+  return information("CFBundleIdentifier");
+}
+
+}  // namespace tovi
