@@ -32,7 +32,8 @@ CommandLine::CommandLine(const std::vector<std::string>& arguments,
 
 void CommandLine::takeOption(Position& at, Position end, const std::vector<Option>& known) {
   const auto equals = at->find('=');
-  const auto& option = knownOption(known, at->substr(0, equals));
+  const std::string name = at->substr(0, equals);
+  const auto& option = knownOption(known, name);
   auto& value = options_[option.name];
   if (!option.takesValue) {
     if (equals != at->npos) throw UsageError(option.name + " takes no value");
