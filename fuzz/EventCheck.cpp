@@ -1,5 +1,7 @@
 #include "fuzz/EventCheck.h"
 
+#include <nlohmann/json.hpp>
+
 #include "core/SavePropertyManagerProtocol.h"
 #include "core/Utf8.h"
 #include "events/DNSMessageContainer.h"

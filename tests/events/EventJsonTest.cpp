@@ -1,9 +1,14 @@
+#include <fstream>
+
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "core/Utf8.h"
 #include "events/EventJson.h"
+#include "events/EventMembers.h"
+#include "tests/support/SchemaComparison.h"
 
-namespace tovi {
+namespace tovi::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -68,13 +73,14 @@ TEST(EventJson, MissingRequiredMemberIsRefused) {
 TEST(EventJson, MemberOfAnotherTypeIsRefused) {
   const std::pair<const char*, Json> cases[] = {
       {"/timestamp", 5},
-      {"/version", nullptr},
+      {"/version", {"1"}},
       {"/system", "mac"},
       {"/system/logged_users", Json::object()},
       {"/system/local_address", {1}},
       {"/process/pid", 5.5},
       {"/process/pid", true},
       {"/dns_packet/id", 18446744073709551615u},
+      {"/dns_packet/id", nullptr},
       {"/dns_packet/question", Json::array()},
       {"/dns_packet/flags/authoritative", 1},
       {"/dns_packet/answers/0/ttl", "60"},
@@ -85,5 +91,19 @@ TEST(EventJson, MemberOfAnotherTypeIsRefused) {
   }
 }
 
+TEST(EventJson, NullStandsForAnAbsentMember) {
+  auto json = fullEventWith("/version", nullptr);
+  json["system"]["name"] = nullptr;
+  json["process"] = nullptr;
+  const auto event = json.get<ToviDNSEvent>();
+  EXPECT_FALSE(event.version || event.process || event.system->name);
+}
+
+TEST(EventJson, SchemaDescribesTheMembersOfEveryRecord) {
+  std::ifstream file(TOVI_SOURCE_DIR "/docs/dns-events.schema.json");
+  const auto schema = Json::parse(file);
+  SchemaComparison(schema).compare(ToviDNSEvent(), schema.at("$defs").at("event"));
+}
+
 }  // namespace
-}  // namespace tovi
+}  // namespace tovi::test

@@ -1,4 +1,4 @@
-#include "events/JsonText.h"
+#include "core/JsonText.h"
 
 #include <algorithm>
 #include <array>

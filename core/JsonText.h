@@ -1,7 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -10,10 +8,12 @@
 #include <string_view>
 #include <vector>
 
+#include "core/JsonRecord.h"
 #include "core/TextBuffer.h"
 
 /// Records as JSON (RFC 8259), written straight into a text: every event passes here, and a tree in
-/// between costs ten times as much. Any thread.
+/// between costs ten times as much. Absent members are left out, never null; the others stand in
+/// the order of the record's list. Any thread.
 namespace tovi {
 
 void appendJson(TextBuffer& text, bool value);
@@ -41,31 +41,13 @@ template <typename Element>
 void appendJson(TextBuffer& text, const std::set<Element>& elements) {
   appendJsonArray(text, elements);
 }
+/// The value must not be null.
+template <typename Value>
+void appendJson(TextBuffer& text, const std::shared_ptr<Value>& value) {
+  appendJson(text, *value);
+}
 
-/// The name of an object's member, made at compile time with the text that stands before the value.
-template <std::size_t Size>
-class JsonKey {
- public:
-  /// `name` must need no escape.
-  consteval explicit JsonKey(const char (&name)[Size]) : name_(name) {
-    text_[0] = ',';
-    text_[1] = '"';
-    std::copy_n(name, Size - 1, text_ + 2);
-    text_[Size + 1] = '"';
-    text_[Size + 2] = ':';
-  }
-
-  const char* name() const { return name_; }
-  /// What stands before the value of the first member, and of every other.
-  std::string_view first() const { return next().substr(1); }
-  std::string_view next() const { return {text_, sizeof text_}; }
-
- private:
-  const char* name_;
-  char text_[Size + 3] = {};
-};
-
-/// Writes the members of the object that was begun last, those that are absent not at all.
+/// Writes the members of the object that was begun last.
 class JsonMemberWriter {
  public:
   explicit JsonMemberWriter(TextBuffer& text) : text_(text) {}
@@ -87,5 +69,12 @@ class JsonMemberWriter {
  private:
   TextBuffer& text_;
 };
+
+template <JsonRecord Record>
+void appendJson(TextBuffer& text, const Record& record) {
+  text.append('{');
+  forEachMember(record, JsonMemberWriter(text));
+  text.append('}');
+}
 
 }  // namespace tovi
