@@ -3,7 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "events/ToviDNSEvent.h"
+namespace tovi {
+struct ToviDNSEvent;
+}
 
 namespace tovi::formats {
 

@@ -6,8 +6,9 @@
 #include "report/BarChart.h"
 #include "report/PageParts.h"
 #include "report/PageText.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::chrono;
@@ -108,4 +109,4 @@ void writeAnswerSection(HtmlText& page, const ReportFigures& figures) {
   page << "</section>\n";
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cmath>
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using Duration = AnswerTimes::Duration;
@@ -71,4 +71,4 @@ std::vector<AnswerTimes::Range> AnswerTimes::ranges() const {
   return ranges;
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// How long answers took, as counts of ranges, so memory is bounded. One thread.
 class AnswerTimes {
@@ -47,4 +47,4 @@ class AnswerTimes {
   Duration longest_{};
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

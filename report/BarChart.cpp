@@ -4,8 +4,9 @@
 #include <cmath>
 
 #include "report/PageText.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 // In pixels: room above the plot for half a label of the scale, and below it for the axis.
@@ -129,4 +130,4 @@ void BarChart::writeLine(HtmlText& page, const Mark& line, int row) const {
        << std::to_string((row + 1) * kLineHeight - 4) << "\">" << line.label << "</text>\n";
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

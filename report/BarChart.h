@@ -6,7 +6,7 @@
 
 #include "report/HtmlText.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// A drawing of bars over an axis, as SVG that is as wide as the place it stands in: horizontal
 /// places are shares of the plot's width, 0 to 1. One thread.
@@ -55,4 +55,4 @@ struct BarChart {
   double placeOf(std::uint64_t value, std::uint64_t top) const;
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

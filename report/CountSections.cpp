@@ -5,8 +5,9 @@
 
 #include "report/PageParts.h"
 #include "report/PageText.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::string_literals;
@@ -173,4 +174,4 @@ void writeUndecodable(HtmlText& page, const ReportFigures& figures) {
   page << "</tbody></table></section>\n";
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -3,7 +3,7 @@
 #include "report/HtmlText.h"
 #include "report/ReportFigures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// Tables of what was counted, by the name of what it was. Any thread.
 void writeNames(HtmlText& page, const ReportFigures& figures);
@@ -13,4 +13,4 @@ void writeCodes(HtmlText& page, const ReportFigures& figures);
 void writeAskers(HtmlText& page, const ReportFigures& figures);
 void writeUndecodable(HtmlText& page, const ReportFigures& figures);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using Flow = platform::Flow;
@@ -48,4 +48,4 @@ std::optional<ExchangeMatcher::Duration> ExchangeMatcher::addResponse(const Mess
   return waited;
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -9,7 +9,7 @@
 #include "events/LRUCache.h"
 #include "platform/Flow.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// Finds the query of each response: same addresses and ports, transaction identifier and question
 /// (RFC 5452, section 9.1), at most 30 seconds apart: files can tell of a response before its
@@ -48,4 +48,4 @@ class ExchangeMatcher {
   std::uint64_t answered_ = 0;
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

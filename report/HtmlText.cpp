@@ -2,7 +2,7 @@
 
 #include "core/Utf8.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 struct Range {
@@ -26,7 +26,7 @@ bool isSeen(char32_t point) {
 }  // namespace
 
 void HtmlText::add(std::string_view text) {
-  for (const char c : shownText(text)) {
+  for (const char c : visibleText(text)) {
     switch (c) {
       case '&':
         page_ += "&amp;";
@@ -49,8 +49,8 @@ void HtmlText::add(std::string_view text) {
   }
 }
 
-std::string shownText(std::string_view text) {
+std::string visibleText(std::string_view text) {
   return escapingOthers(text, isSeen);
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// A page of HTML that grows at its end. Literals are markup; every other text is shown as it is
 /// and can be nothing but text, both between tags and in a quoted attribute. One thread.
@@ -44,6 +44,6 @@ class HtmlText {
 
 /// `text` with every byte that is no UTF-8, and every character that is not seen or changes the
 /// order of others (controls, line separators, marks of direction), written \xHH. Any thread.
-std::string shownText(std::string_view text);
+std::string visibleText(std::string_view text);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

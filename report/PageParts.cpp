@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "report/PageText.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 static constexpr std::size_t kLongName = 100;
 static constexpr std::size_t kShownOfLongName = 72;
@@ -37,4 +38,4 @@ void writeFact(HtmlText& page, std::string_view id, std::string_view title,
   page << "<div><dt>" << title << "</dt><dd id=\"" << id << "\">" << value << "</dd></div>\n";
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -7,7 +7,7 @@
 #include "report/HtmlText.h"
 
 /// What the sections of a page are made of. Any thread.
-namespace tovi::replay {
+namespace tovi::report {
 
 /// How many names a table lists.
 inline constexpr std::size_t kListedNames = 25;
@@ -24,4 +24,4 @@ void writeShareBar(HtmlText& page, std::uint64_t part, std::uint64_t whole);
 void writeFact(HtmlText& page, std::string_view id, std::string_view title,
                const std::string& value);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

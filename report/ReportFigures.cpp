@@ -9,7 +9,7 @@
 #include "events/RecordTextReader.h"
 #include "report/HtmlText.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 constexpr std::string_view kNone = "(none)";
@@ -76,8 +76,8 @@ void ReportFigures::addEvent(const ToviDNSEvent& event) {
   eventCodes_.add(orNone(packet.responseCode));
   if (!event.process) return;
   // What is shown has no separator in it.
-  const auto asker = shownText(orNone(event.process->name)) + kAskerSeparator;
+  const auto asker = visibleText(orNone(event.process->name)) + kAskerSeparator;
   askedNames_.add(asker + std::string(name));
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

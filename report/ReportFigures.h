@@ -15,7 +15,7 @@
 #include "report/ExchangeMatcher.h"
 #include "report/Timeline.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// What a report tells, gathered while a capture is read. Its memory does not grow with the
 /// capture. One thread.
@@ -79,4 +79,4 @@ class ReportFigures : public MessageObserverProtocol {
   BoundedCounts askedNames_;
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -14,7 +14,7 @@
 
 #include "report/ReportPage.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 namespace fs = std::filesystem;
@@ -93,4 +93,4 @@ void writeReportFile(const fs::path& file, std::string_view page) try {
   throw std::runtime_error(file.string() + ": " + error.code().message());
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

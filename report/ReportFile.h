@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string_view>
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// Throws std::runtime_error when no file can be made in that directory, or when a report must not
 /// take the place of what is there: anything but an empty file or a page. So a capture named by
@@ -15,4 +15,4 @@ void checkReportFile(const std::filesystem::path& file);
 /// 0666. Throws std::exception, its text naming the file.
 void writeReportFile(const std::filesystem::path& file, std::string_view page);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -12,8 +12,9 @@
 #include "report/HtmlText.h"
 #include "report/PageText.h"
 #include "report/TimeSection.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::chrono;
@@ -79,7 +80,7 @@ void writeHeader(HtmlText& page, const ReportFigures& figures, const ReportSourc
     const auto length = duration_cast<milliseconds>(figures.last() - figures.first());
     page << "<p class=\"period\"><span id=\"first\">" << dateText(figures.first())
          << "</span> to <span id=\"last\">" << dateText(figures.last())
-         << "</span> UTC <span class=\"length\">" << longTimeText(length) << "</span></p>\n";
+         << "</span> UTC <span class=\"length\">" << durationText(length) << "</span></p>\n";
   } else {
     page << "<p class=\"period\">no packets</p>\n";
   }
@@ -129,7 +130,7 @@ void writeTerms(HtmlText& page, const ReportSource& source) {
          "so response codes are counted in messages.";
   if (source.repetitionInterval) {
     page << " Names that came again within "
-         << longTimeText(
+         << durationText(
                 milliseconds(std::llround(std::min(*source.repetitionInterval, 1e9) * 1000)))
          << " are left out: <span id=\"repetitions\">" << numberText(source.repetitions)
          << "</span> events.";
@@ -164,4 +165,4 @@ std::string reportPage(const ReportFigures& figures, const ReportSource& source)
   return page.page();
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -9,7 +9,7 @@
 
 #include "report/ReportFigures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// What every page begins with.
 inline constexpr std::string_view kPageStart = "<!doctype html>\n";
@@ -28,4 +28,4 @@ struct ReportSource {
 /// (Content Security Policy Level 3, W3C) allows its own style sheet and nothing else. Any thread.
 std::string reportPage(const ReportFigures& figures, const ReportSource& source);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

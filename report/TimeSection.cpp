@@ -6,8 +6,9 @@
 #include "report/BarChart.h"
 #include "report/PageParts.h"
 #include "report/PageText.h"
+#include "toolkit/Figures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::chrono;
@@ -46,7 +47,7 @@ struct TimeChart {
 
 /// A unit, where the width is one of it.
 std::string perWidth(Timeline::Width width) {
-  const std::string text = longTimeText(width);
+  const std::string text = durationText(width);
   return " per " + (text.starts_with("1 ") ? text.substr(2) : text);
 }
 
@@ -123,4 +124,4 @@ void writeTimeSection(HtmlText& page, const ReportFigures& figures) {
   page << "</section>\n";
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

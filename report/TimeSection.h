@@ -3,9 +3,9 @@
 #include "report/HtmlText.h"
 #include "report/ReportFigures.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// What happened when. Any thread.
 void writeTimeSection(HtmlText& page, const ReportFigures& figures);
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::chrono;
@@ -80,4 +80,4 @@ Timeline::Width Timeline::readableWidth(Width least, Width unit) {
   return kReadable.back();
 }
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

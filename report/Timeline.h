@@ -7,7 +7,7 @@
 
 #include "core/TimeProviderProtocol.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 
 /// What happened when, in intervals that become longer as the time that they cover does, so that
 /// memory stays bounded whatever times a file claims. One thread.
@@ -50,4 +50,4 @@ class Timeline {
   std::map<std::int64_t, Interval> intervals_;
 };
 
-}  // namespace tovi::replay
+}  // namespace tovi::report

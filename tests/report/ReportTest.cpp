@@ -7,7 +7,7 @@
 #include "report/PageText.h"
 #include "report/ReportPage.h"
 
-namespace tovi::replay {
+namespace tovi::report {
 namespace {
 
 using namespace std::chrono;
@@ -109,19 +109,13 @@ TEST(HtmlTextTest, TextIsNothingButText) {
   }
 }
 
-TEST(PageTextTest, FiguresAreReadable) {
-  EXPECT_EQ(numberText(0) + numberText(999) + numberText(1234567), "09991,234,567");
-  EXPECT_EQ(shareText(1, 3) + shareText(0, 0), "33.3 %0 %");
+TEST(PageTextTest, TimesAndScalesAreReadable) {
   const std::pair<nanoseconds, const char*> times[] = {
       {0ns, "0 ns"},        {999ns, "999 ns"},   {1us, "1.00 µs"},    {999'600ns, "1.00 ms"},
       {12345us, "12.3 ms"}, {99960us, "100 ms"}, {29'994ms, "30.0 s"}};
   for (const auto& [time, text] : times) EXPECT_EQ(shortTimeText(time), text);
   EXPECT_EQ(roundTimeText(20ms) + roundTimeText(100us) + roundTimeText(1500us),
             "20 ms100 µs1.5 ms");
-  const std::pair<milliseconds, const char*> lengths[] = {
-      {0ms, "0 ms"},        {2500ms, "2.5 s"}, {60s, "1 min"},
-      {100s, "1 min 40 s"}, {1h + 59s, "1 h"}, {days(400) + 5h, "400 d 5 h"}};
-  for (const auto& [length, text] : lengths) EXPECT_EQ(longTimeText(length), text);
   for (const auto& [value, above] :
        {std::pair(0, 1), {1, 1}, {3, 5}, {5, 5}, {51, 100}, {200, 200}}) {
     EXPECT_EQ(BarChart::roundAbove(static_cast<std::uint64_t>(value)),
@@ -173,4 +167,4 @@ TEST(ReportPageTest, FullOfLongNamesThePageStaysSmallAndTellsBounds) {
 }
 
 }  // namespace
-}  // namespace tovi::replay
+}  // namespace tovi::report

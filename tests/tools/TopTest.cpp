@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "service/StatisticsProtocol.h"
-#include "tovictl/ShownText.h"
+#include "toolkit/ShownText.h"
 #include "tovictl/top/TopView.h"
 
 namespace tovi::test {

@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include "capture/CaptureFile.h"
-#include "report/HtmlText.h"
 #include "report/ReportFile.h"
 #include "report/ReportPage.h"
+#include "toolkit/Complaint.h"
 #include "tovi-replay/BatchStore.h"
 #include "tovi-replay/FilteredEvents.h"
 
@@ -54,11 +54,11 @@ Replay::Replay(ReplayOptions options)
                undesiredDomains(options_.collectorHost)) {}
 
 std::unique_ptr<EventDestination> Replay::makeDestination() {
-  if (options_.output() == ReplayOptions::Output::store) {
+  if (options_.output == ReplayOptions::Output::store) {
     return std::make_unique<BatchStore>(options_, counts_, clock_);
   }
-  if (options_.output() == ReplayOptions::Output::report) {
-    if (!options_.reportsToStandardOutput()) checkReportFile(options_.reportFile);
+  if (options_.output == ReplayOptions::Output::report) {
+    if (!options_.reportsToStandardOutput()) report::checkReportFile(options_.reportFile);
     figures_.emplace();
   }
   return std::make_unique<FilteredEvents>(counts_, clock_, options_.repetitionInterval,
@@ -111,7 +111,7 @@ PacketHandler Replay::makeHandler() {
 
 void Replay::takeRecord(std::string_view recordText) {
   ++counts_.messages;
-  if (options_.output() == ReplayOptions::Output::records) {
+  if (options_.output == ReplayOptions::Output::records) {
     output_.writeLine(recordText);
   } else {
     builder_.feed(recordText);
@@ -135,14 +135,15 @@ void Replay::noteFailure(Undecodable reason) {
 }
 
 bool Replay::finishReport() try {
-  const auto page = reportPage(*figures_, {.files = options_.files,
-                                           .version = TOVI_VERSION,
-                                           .repetitionInterval = options_.repetitionInterval,
-                                           .repetitions = counts_.repetitions});
+  const auto page =
+      report::reportPage(*figures_, {.files = options_.files,
+                                     .version = TOVI_VERSION,
+                                     .repetitionInterval = options_.repetitionInterval,
+                                     .repetitions = counts_.repetitions});
   if (options_.reportsToStandardOutput()) {
     output_.writeLine(page);
   } else {
-    writeReportFile(options_.reportFile, page);
+    report::writeReportFile(options_.reportFile, page);
   }
   return true;
 } catch (const std::exception& error) {
@@ -162,7 +163,7 @@ bool Replay::finishOutput() {
 
 void Replay::complain(std::string_view line) {
   progress_.clear();
-  std::fprintf(stderr, "tovi-replay: %s\n", shownText(line).c_str());
+  tovi::complain(line);
 }
 
 }  // namespace tovi::replay

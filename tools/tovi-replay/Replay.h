@@ -52,7 +52,7 @@ class Replay {
   Progress progress_;
   LogPrinter log_;
   /// With --report.
-  std::optional<ReportFigures> figures_;
+  std::optional<report::ReportFigures> figures_;
   std::unique_ptr<EventDestination> destination_;
   DNSMessageContainer container_;
   ToviDNSMessageBuilder builder_;

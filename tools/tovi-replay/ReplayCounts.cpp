@@ -1,14 +1,8 @@
 #include "tovi-replay/ReplayCounts.h"
 
-#include <cstdio>
+#include "toolkit/Figures.h"
 
 namespace tovi::replay {
-
-static std::string fixedPoint(double value, int digits) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%.*f", digits, value);
-  return text;
-}
 
 std::string summary(const ReplayCounts& counts, double elapsedSeconds) {
   const double rate = elapsedSeconds > 0 ? static_cast<double>(counts.packets) / elapsedSeconds : 0;

@@ -1,129 +1,67 @@
 #include "tovi-replay/ReplayOptions.h"
 
-#include <charconv>
-#include <cmath>
-#include <getopt.h>
-
-#include "events/TextParts.h"
+#include "toolkit/FormatOption.h"
 
 namespace tovi::replay {
 namespace {
 
-enum Option {
-  kRecords = 256,
-  kEvents,
-  kFormat,
-  kStore,
-  kReport,
-  kInterval,
-  kBatchSize,
-  kCollector,
-  kVersion
-};
+using Output = ReplayOptions::Output;
 
-constexpr option kOptions[] = {
-    {"records", no_argument, nullptr, kRecords},
-    {"events", no_argument, nullptr, kEvents},
-    {"format", required_argument, nullptr, kFormat},
-    {"store", required_argument, nullptr, kStore},
-    {"report", required_argument, nullptr, kReport},
-    {"repetition-interval", required_argument, nullptr, kInterval},
-    {"batch-size", required_argument, nullptr, kBatchSize},
-    {"collector-host", required_argument, nullptr, kCollector},
-    {"quiet", no_argument, nullptr, 'q'},
-    {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
-    {nullptr, 0, nullptr, 0},
-};
+// More seconds than any capture lasts.
+constexpr double kLongestInterval = 1e9;
 
-double secondsFrom(std::string_view text) {
-  double seconds = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-  if (error != std::errc() || stop != end || !std::isfinite(seconds) || seconds < 0) {
-    throw UsageError("--repetition-interval takes a number of seconds");
+const std::vector<Option>& knownOptions() {
+  static const std::vector<Option> options = {
+      {"--records"},           {"--events"},
+      {"--format", true},      {"--store", true},
+      {"--report", true},      {"--repetition-interval", true},
+      {"--batch-size", true},  {"--collector-host", true},
+      {"--quiet", false, 'q'}, {"--help", false, 'h'},
+      {"--version"},
+  };
+  return options;
+}
+
+Output outputOf(const CommandLine& line) {
+  constexpr std::pair<const char*, Output> kOutputs[] = {{"--records", Output::records},
+                                                         {"--events", Output::events},
+                                                         {"--store", Output::store},
+                                                         {"--report", Output::report}};
+  std::optional<Output> chosen;
+  for (const auto& [option, output] : kOutputs) {
+    if (!line.has(option)) continue;
+    if (chosen) throw UsageError("--records, --events, --store and --report exclude each other");
+    chosen = output;
   }
-  return seconds;
+  return chosen.value_or(Output::events);
 }
 
-std::int64_t batchSizeFrom(std::string_view text) {
-  const auto size = decimalInteger(text);
-  if (!size || *size < 1) throw UsageError("--batch-size takes a number of 1 or more");
-  return *size;
-}
-
-formats::EventFormat formatFrom(std::string_view text) try {
-  return formats::eventFormatNamed(text);
-} catch (const std::invalid_argument& error) {
-  throw UsageError(std::string("--format: ") + error.what());
-}
-
-std::filesystem::path reportFileFrom(std::string_view name) {
-  if (name.empty()) throw UsageError("--report takes the name of a page");
-  return name;
-}
-
-void choose(ReplayOptions& options, ReplayOptions::Output output) {
-  if (options.chosenOutput && options.chosenOutput != output) {
-    throw UsageError("--records, --events, --store and --report exclude each other");
-  }
-  options.chosenOutput = output;
-}
-
-void apply(ReplayOptions& options, int choice) {
-  using Task = ReplayOptions::Task;
-  using Output = ReplayOptions::Output;
-  switch (choice) {
-    case kRecords:
-      return choose(options, Output::records);
-    case kEvents:
-      return choose(options, Output::events);
-    case kFormat:
-      options.format = formatFrom(optarg);
-      return;
-    case kStore:
-      options.storeDirectory = optarg;
-      return choose(options, Output::store);
-    case kReport:
-      options.reportFile = reportFileFrom(optarg);
-      return choose(options, Output::report);
-    case kInterval:
-      options.repetitionInterval = secondsFrom(optarg);
-      return;
-    case kBatchSize:
-      options.batchSize = batchSizeFrom(optarg);
-      return;
-    case kCollector:
-      options.collectorHost = optarg;
-      return;
-    case 'q':
-      options.quiet = true;
-      return;
-    case 'h':
-      options.task = Task::showHelp;
-      return;
-    case kVersion:
-      options.task = Task::showVersion;
-      return;
-    default:
-      throw UsageError("unknown option, or an option without its value");
-  }
+std::filesystem::path reportFileOf(const CommandLine& line) {
+  const auto name = line.value("--report");
+  if (name == "") throw UsageError("--report takes the name of a page");
+  return name.value_or("");
 }
 
 }  // namespace
 
-ReplayOptions parseOptions(int argc, char** argv) {
+ReplayOptions parseOptions(const std::vector<std::string>& arguments) {
+  const CommandLine line(arguments, knownOptions());
   ReplayOptions options;
-  opterr = 0;
-  for (int choice; (choice = getopt_long(argc, argv, "hq", kOptions, nullptr)) != -1;) {
-    apply(options, choice);
-  }
-  options.files.assign(argv + optind, argv + argc);
-  if (options.task == ReplayOptions::Task::replay && options.files.empty()) {
+  options.output = outputOf(line);
+  options.format = formatOf(line);
+  options.storeDirectory = line.value("--store").value_or("");
+  options.reportFile = reportFileOf(line);
+  options.repetitionInterval = line.seconds("--repetition-interval", 0, kLongestInterval);
+  options.batchSize = line.count("--batch-size").value_or(options.batchSize);
+  options.collectorHost = line.value("--collector-host").value_or("");
+  options.quiet = line.has("--quiet");
+  options.showsHelp = line.has("--help");
+  options.showsVersion = line.has("--version");
+  options.files.assign(line.operands().begin(), line.operands().end());
+  if (!options.showsHelp && !options.showsVersion && options.files.empty()) {
     throw UsageError("no capture file is named");
   }
-  if (options.format != formats::EventFormat::tovi &&
-      options.output() != ReplayOptions::Output::events) {
+  if (options.format != formats::EventFormat::tovi && options.output != Output::events) {
     throw UsageError("--format is about events");
   }
   return options;

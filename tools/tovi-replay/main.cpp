@@ -1,17 +1,17 @@
+#include <algorithm>
 #include <chrono>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 
 #include "platform/Memory.h"
-#include "report/HtmlText.h"
+#include "toolkit/CommandLine.h"
+#include "toolkit/Complaint.h"
+#include "toolkit/ExitStatus.h"
 #include "tovi-replay/Replay.h"
 
 namespace tovi::replay {
 namespace {
-
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
 
 int replay(ReplayOptions options) {
   const auto start = std::chrono::steady_clock::now();
@@ -23,33 +23,29 @@ int replay(ReplayOptions options) {
 }
 
 int carryOut(ReplayOptions options) {
-  switch (options.task) {
-    case ReplayOptions::Task::showHelp:
-      return std::fputs(kHelpText, stdout) < 0 ? kFailed : kDone;
-    case ReplayOptions::Task::showVersion:
-      return std::puts("tovi-replay " TOVI_VERSION) < 0 ? kFailed : kDone;
-    case ReplayOptions::Task::replay:
-      break;
-  }
+  if (options.showsHelp) return std::fputs(kHelpText, stdout) < 0 ? kFailed : kDone;
+  if (options.showsVersion) return std::puts("tovi-replay " TOVI_VERSION) < 0 ? kFailed : kDone;
   return replay(std::move(options));
 }
 
-int run(int argc, char** argv) try {
-  return carryOut(parseOptions(argc, argv));
+int run(const std::vector<std::string>& arguments) try {
+  return carryOut(parseOptions(arguments));
 } catch (const UsageError& error) {
-  std::fprintf(stderr, "tovi-replay: %s\nTry \"tovi-replay --help\".\n", error.what());
-  return kUsage;
+  complain(std::string(error.what()) + "; see tovi-replay --help");
+  return kWrongUsage;
 } catch (const std::exception& error) {
-  std::fprintf(stderr, "tovi-replay: %s\n", shownText(error.what()).c_str());
+  complain(error.what());
   return kFailed;
 }
 
 }  // namespace
 }  // namespace tovi::replay
 
-int main(int argc, char** argv) {
+int main(int count, char** arguments) {
+  // Which characters the terminal can show.
+  std::setlocale(LC_CTYPE, "");
   // A reader that went away is then told by the failure to write.
   std::signal(SIGPIPE, SIG_IGN);
   tovi::platform::keepFreedMemory();
-  return tovi::replay::run(argc, argv);
+  return tovi::replay::run({arguments + 1, arguments + std::max(count, 1)});
 }

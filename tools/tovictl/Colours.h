@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "tovictl/CommandLine.h"
+#include "toolkit/CommandLine.h"
 
 namespace tovi::ctl {
 

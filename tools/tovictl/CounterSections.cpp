@@ -1,18 +1,19 @@
 #include "tovictl/CounterSections.h"
 
 #include "service/StatisticsProtocol.h"
+#include "toolkit/Figures.h"
 
 namespace tovi::ctl {
 
 using Count = std::optional<std::int64_t>;
 
 static std::string text(const Count& count) {
-  return count ? grouped(*count) : "";
+  return count ? numberText(*count) : "";
 }
 
 static std::string withShare(const Count& part, const Count& whole, const std::string& of) {
-  const auto share = shareOf(part, whole);
-  return text(part) + (share ? " (" + percentage(share) + " of " + of + ")" : "");
+  const auto share = shareText(part, whole);
+  return text(part) + (share.empty() ? "" : " (" + share + " of " + of + ")");
 }
 
 static Tone toneOf(const Count& count, Tone whenMany) {
@@ -59,21 +60,11 @@ static Section batchSection(const Counters& counters) {
 
 std::vector<Section> counterSections(const Counters& counters) {
   const auto uptime = countOf(counters, statistics::kUptimeSeconds);
-  return {{"Since the daemon started", {{"Up for", uptime ? uptimeText(*uptime) : ""}}},
+  return {{"Since the daemon started",
+           {{"Up for", uptime ? durationText(std::chrono::seconds(*uptime)) : ""}}},
           captureSection(counters),
           eventSection(counters),
           batchSection(counters)};
-}
-
-std::string uptimeText(std::int64_t seconds) {
-  const auto text = [](std::int64_t number, const char* unit) {
-    return std::to_string(number) + unit;
-  };
-  const auto minutes = seconds / 60, hours = minutes / 60, days = hours / 24;
-  if (days > 0) return text(days, " d ") + text(hours % 24, " h");
-  if (hours > 0) return text(hours, " h ") + text(minutes % 60, " min");
-  if (minutes > 0) return text(minutes, " min ") + text(seconds % 60, " s");
-  return text(seconds, " s");
 }
 
 }  // namespace tovi::ctl

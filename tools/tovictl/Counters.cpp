@@ -1,5 +1,7 @@
 #include "tovictl/Counters.h"
 
+#include "toolkit/Figures.h"
+
 namespace tovi::ctl {
 
 Counters countersFrom(const platform::ServiceValue::Dictionary& dictionary) {
@@ -16,9 +18,9 @@ std::optional<std::int64_t> countOf(const Counters& counters, const std::string&
   return found->second;
 }
 
-std::optional<double> shareOf(std::optional<std::int64_t> part, std::optional<std::int64_t> whole) {
-  if (!part || !whole || *whole <= 0) return std::nullopt;
-  return static_cast<double>(*part) / static_cast<double>(*whole);
+std::string shareText(std::optional<std::int64_t> part, std::optional<std::int64_t> whole) {
+  if (!part || *part < 0 || !whole || *whole <= 0) return "";
+  return tovi::shareText(static_cast<std::uint64_t>(*part), static_cast<std::uint64_t>(*whole));
 }
 
 }  // namespace tovi::ctl

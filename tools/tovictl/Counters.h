@@ -18,7 +18,7 @@ Counters countersFrom(const platform::ServiceValue::Dictionary& dictionary);
 /// None for one that the daemon does not tell.
 std::optional<std::int64_t> countOf(const Counters& counters, const std::string& key);
 
-/// `part` of `whole`, from 0 to 1; none of nothing, and of what is not told.
-std::optional<double> shareOf(std::optional<std::int64_t> part, std::optional<std::int64_t> whole);
+/// `part` of `whole` in per cent; empty of nothing, and of what is not told.
+std::string shareText(std::optional<std::int64_t> part, std::optional<std::int64_t> whole);
 
 }  // namespace tovi::ctl

@@ -1,4 +1,5 @@
 #include "core/AgentState.h"
+#include "toolkit/Complaint.h"
 #include "tovictl/Agent.h"
 #include "tovictl/Input.h"
 #include "tovictl/Json.h"

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "formats/EventFacts.h"
+#include "toolkit/ShownText.h"
 #include "tovictl/Line.h"
-#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

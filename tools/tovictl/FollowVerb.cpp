@@ -1,12 +1,13 @@
 #include "core/AgentState.h"
 #include "events/EventJson.h"
-#include "formats/EventFormat.h"
 #include "formats/UnreadableEvent.h"
 #include "service/ToviAgentXPCProtocol.h"
 #include "status/StatusMessageState.h"
+#include "toolkit/Complaint.h"
+#include "toolkit/FormatOption.h"
 #include "tovictl/Agent.h"
 #include "tovictl/EventList.h"
-#include "tovictl/Interval.h"
+#include "tovictl/IntervalOption.h"
 #include "tovictl/Json.h"
 #include "tovictl/Output.h"
 #include "tovictl/Verbs.h"
@@ -102,12 +103,6 @@ static void explainTheWait(bool isActive) {
 static std::optional<EventList> listOf(const CommandLine& line) {
   if (!outputIsTerminal() || line.has("--json") || line.has("--format")) return std::nullopt;
   return EventList(Colours::forOutput(line));
-}
-
-static EventFormat formatOf(const CommandLine& line) try {
-  return formats::eventFormatNamed(line.value("--format").value_or("tovi"));
-} catch (const std::invalid_argument& fault) {
-  throw UsageError(std::string("--format: ") + fault.what());
 }
 
 int runFollow(const CommandLine& line) {

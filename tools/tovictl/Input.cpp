@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "service/ServiceValues.h"
+#include "toolkit/Complaint.h"
 #include "tovictl/Output.h"
 
 namespace tovi::ctl {

@@ -1,6 +1,6 @@
 #include "tovictl/Line.h"
 
-#include "tovictl/ShownText.h"
+#include "toolkit/ShownText.h"
 
 namespace tovi::ctl {
 

@@ -1,3 +1,5 @@
+#include "toolkit/Complaint.h"
+#include "toolkit/Figures.h"
 #include "tovictl/Agent.h"
 #include "tovictl/Json.h"
 #include "tovictl/Output.h"

@@ -1,14 +1,11 @@
 #include "tovictl/Output.h"
 
 #include <cerrno>
-#include <iostream>
 #include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <system_error>
 #include <unistd.h>
-
-#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 
@@ -48,10 +45,6 @@ std::size_t outputColumns() {
   constexpr std::size_t kUsual = 80;
   winsize size{};
   return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
-}
-
-void complain(std::string_view text) {
-  std::cerr << "tovictl: " << shownText(text) << "\n";
 }
 
 void endQuietlyOnSignals() {

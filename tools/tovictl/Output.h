@@ -27,9 +27,6 @@ bool outputIsTerminal();
 /// The width of that terminal; 80 when it does not tell.
 std::size_t outputColumns();
 
-/// Tells the person something, on standard error; the text may be of any origin.
-void complain(std::string_view text);
-
 /// From now on SIGINT and SIGTERM end the program at once with status 0, even while a write or a
 /// call blocks, and a closed pipe is told by OutputClosed.
 void endQuietlyOnSignals();

@@ -1,8 +1,8 @@
+#include "toolkit/ShownText.h"
 #include "tovictl/Agent.h"
 #include "tovictl/Input.h"
 #include "tovictl/Json.h"
 #include "tovictl/Output.h"
-#include "tovictl/ShownText.h"
 #include "tovictl/Verbs.h"
 
 namespace tovi::ctl {

@@ -1,3 +1,4 @@
+#include "toolkit/Complaint.h"
 #include "tovictl/Agent.h"
 #include "tovictl/Json.h"
 #include "tovictl/Output.h"

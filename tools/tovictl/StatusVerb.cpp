@@ -1,4 +1,6 @@
 #include "status/StatusJson.h"
+#include "toolkit/Complaint.h"
+#include "toolkit/Figures.h"
 #include "tovictl/Agent.h"
 #include "tovictl/CounterSections.h"
 #include "tovictl/Json.h"
@@ -13,11 +15,11 @@ using OptionalCount = std::optional<std::int64_t>;
 using platform::ServiceError;
 
 static std::string with(const OptionalCount& count, const std::string& unit) {
-  return count ? grouped(*count) + " " + unit : "";
+  return count ? numberText(*count) + " " + unit : "";
 }
 
 static std::string counter(std::int64_t count, const OptionalText& last) {
-  return grouped(count) + (last ? ", the last at " + *last : "");
+  return numberText(count) + (last ? ", the last at " + *last : "");
 }
 
 static std::string joined(const std::vector<OptionalText>& parts) {
@@ -50,7 +52,7 @@ static Section statsSection(const AgentStats& stats) {
   return {
       "Over all runs of the daemon",
       {{"Running since", stats.startupTime.value_or("")},
-       {"Starts", grouped(stats.daemonStartupsCount)},
+       {"Starts", numberText(stats.daemonStartupsCount)},
        {"Graceful shutdowns", counter(stats.gracefulShutdownsCount, stats.lastDaemonShutdownTime)},
        {"DNS events", counter(stats.dnsEventsCount, stats.lastDnsEventTimestamp)},
        {"Batches delivered",

@@ -1,10 +1,8 @@
 #include "tovictl/Table.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
-#include "tovictl/ShownText.h"
+#include "toolkit/ShownText.h"
 
 namespace tovi::ctl {
 
@@ -41,24 +39,6 @@ std::string aligned(const std::vector<Section>& sections, const Colours& colours
     text.append(colours(section.heading, Tone::Heading)).append("\n").append(body);
   }
   return text;
-}
-
-std::string counted(std::int64_t number, std::string_view noun) {
-  return grouped(number) + " " + std::string(noun) + (number == 1 ? "" : "s");
-}
-
-std::string grouped(std::int64_t number) {
-  auto digits = std::to_string(number);
-  const std::size_t first = digits.starts_with('-') ? 1 : 0;
-  for (auto place = digits.size(); place > first + 3;) digits.insert(place -= 3, ",");
-  return digits;
-}
-
-std::string percentage(std::optional<double> share) {
-  if (!share) return "";
-  std::array<char, 32> text;
-  std::snprintf(text.data(), text.size(), "%.1f %%", *share * 100);
-  return text.data();
 }
 
 }  // namespace tovi::ctl

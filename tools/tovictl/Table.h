@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,14 +26,5 @@ std::string aligned(const std::vector<Row>& rows, const Colours& colours);
 /// The sections under their headings, with an empty line between them and all values aligned.
 /// Sections without a row that has a value are left out.
 std::string aligned(const std::vector<Section>& sections, const Colours& colours);
-
-/// "1 event", "2 events", "1,234 events".
-std::string counted(std::int64_t number, std::string_view noun);
-
-/// 1234567 as "1,234,567".
-std::string grouped(std::int64_t number);
-
-/// 0.1234 as "12.3 %"; empty for none.
-std::string percentage(std::optional<double> share);
 
 }  // namespace tovi::ctl

@@ -3,11 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "tovictl/CommandLine.h"
+#include "toolkit/CommandLine.h"
+#include "toolkit/ExitStatus.h"
 
 namespace tovi::ctl {
-
-enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2, kNotRunning = 3, kAccessDenied = 4 };
 
 /// One thing that the program can do. `run` returns the exit status and throws what fails.
 struct Verb {

@@ -3,9 +3,10 @@
 #include <sstream>
 
 #include "platform/ServiceBus.h"
-#include "tovictl/CommandLine.h"
+#include "toolkit/CommandLine.h"
+#include "toolkit/Complaint.h"
+#include "toolkit/Suggestion.h"
 #include "tovictl/Output.h"
-#include "tovictl/Suggestion.h"
 #include "tovictl/Table.h"
 #include "tovictl/Verbs.h"
 
@@ -81,12 +82,8 @@ static const Verb& verbNamed(const std::string& name) {
 }
 
 static std::vector<Option> withCommon(std::vector<Option> options) {
-  options.insert(options.end(), {{"--help"}, {"-h"}, {"--json"}, {"--color", true}});
+  options.insert(options.end(), {{"--help", false, 'h'}, {"--json"}, {"--color", true}});
   return options;
-}
-
-static bool asksForHelp(const CommandLine& line) {
-  return line.has("--help") || line.has("-h");
 }
 
 static void checkOperands(const Verb& verb, std::size_t number) {
@@ -98,7 +95,7 @@ static void checkOperands(const Verb& verb, std::size_t number) {
 static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) try {
   const CommandLine line(arguments, withCommon(verb.options));
   const auto colours = Colours::forOutput(line);
-  if (asksForHelp(line)) {
+  if (line.has("--help")) {
     writeOut(withHeadings(helpOf(verb), colours));
     return kDone;
   }
@@ -111,7 +108,7 @@ static int runVerb(const Verb& verb, const std::vector<std::string>& arguments) 
 static int runWithoutVerb(const std::vector<std::string>& arguments) try {
   const CommandLine line(arguments, withCommon({{"--version"}}));
   if (line.has("--version")) return runVersion(line);
-  if (!asksForHelp(line)) {
+  if (!line.has("--help")) {
     throw UsageError("a verb is needed, such as \"tovictl status\" or \"tovictl top\"");
   }
   writeOut(withHeadings(generalHelp(), Colours::forOutput(line)));

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "service/StatisticsProtocol.h"
+#include "toolkit/ShownText.h"
 #include "tovictl/Json.h"
-#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 

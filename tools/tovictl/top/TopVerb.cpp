@@ -1,9 +1,9 @@
-#include <charconv>
 #include <cstdlib>
 #include <unistd.h>
 
 #include "core/TimeProvider.h"
-#include "tovictl/Interval.h"
+#include "toolkit/Complaint.h"
+#include "tovictl/IntervalOption.h"
 #include "tovictl/Output.h"
 #include "tovictl/Verbs.h"
 #include "tovictl/top/LiveTop.h"
@@ -13,17 +13,10 @@
 namespace tovi::ctl {
 
 /// How often to look; none for "until the end".
-static std::optional<int> timesOf(const CommandLine& line) {
-  const auto text = line.value("--count");
-  if (text && line.has("--once")) throw UsageError("--once and --count exclude each other");
-  if (line.has("--once")) return 1;
-  if (!text) return std::nullopt;
-  int count = 0;
-  const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), count);
-  if (error != std::errc{} || end != text->data() + text->size() || count < 1) {
-    throw UsageError("--count takes a number from 1 on");
-  }
-  return count;
+static std::optional<std::int64_t> timesOf(const CommandLine& line) {
+  const auto count = line.count("--count");
+  if (count && line.has("--once")) throw UsageError("--once and --count exclude each other");
+  return line.has("--once") ? 1 : count;
 }
 
 static bool isTerminal() {
@@ -72,7 +65,7 @@ int runTop(const CommandLine& line) {
   try {
     TopPrinter printer(line.has("--json"));
     printer.print({first, ""});
-    for (int done = 1; !times || done < *times; ++done) {
+    for (std::int64_t done = 1; !times || done < *times; ++done) {
       waitWhileOutputIsOpen(interval);
       printer.print(source.tryToLook());
     }

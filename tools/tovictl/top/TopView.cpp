@@ -5,8 +5,9 @@
 #include <cstdio>
 
 #include "service/StatisticsProtocol.h"
+#include "toolkit/Figures.h"
+#include "toolkit/ShownText.h"
 #include "tovictl/CounterSections.h"
-#include "tovictl/ShownText.h"
 
 namespace tovi::ctl {
 
@@ -65,7 +66,7 @@ void addFigure(Line& line, const std::string& name, const std::string& value, To
 void addCounter(Line& line, const std::string& name, const Counters& counters, const char* key,
                 Tone whenMany) {
   const auto count = countOf(counters, key);
-  addFigure(line, name, count ? grouped(*count) : "-",
+  addFigure(line, name, count ? numberText(*count) : "-",
             count.value_or(0) > 0 ? whenMany : Tone::Plain);
 }
 
@@ -73,9 +74,9 @@ Line trafficLine(const Activity& activity) {
   Line line;
   const auto failed = activity.failedResponses;
   addFigure(line, "Last " + std::to_string(activity.windowSeconds) + " s: queries",
-            grouped(activity.queries), Tone::Plain);
-  addFigure(line, "answers", grouped(activity.responses), Tone::Plain);
-  addFigure(line, "failed", grouped(failed), failed > 0 ? Tone::Warning : Tone::Plain);
+            numberText(activity.queries), Tone::Plain);
+  addFigure(line, "answers", numberText(activity.responses), Tone::Plain);
+  addFigure(line, "failed", numberText(failed), failed > 0 ? Tone::Warning : Tone::Plain);
   return line;
 }
 
@@ -98,7 +99,7 @@ Line lossLine(const Counters& counters) {
 
 Line shareLine(const Counters& counters) {
   const auto share = [&](const char* part, const char* whole) {
-    const auto text = percentage(shareOf(countOf(counters, part), countOf(counters, whole)));
+    const auto text = shareText(countOf(counters, part), countOf(counters, whole));
     return text.empty() ? "-" : text;
   };
   Line line;
@@ -161,8 +162,8 @@ Line TopView::notice() const {
 Line TopView::title() const {
   Line line = {{"ToviDaemon", Tone::Heading}};
   if (const auto& sample = model_.sample()) {
-    line.push_back(
-        {"  up " + uptimeText(countOf(sample->counters, statistics::kUptimeSeconds).value_or(0))});
+    const auto uptime = countOf(sample->counters, statistics::kUptimeSeconds).value_or(0);
+    line.push_back({"  up " + durationText(std::chrono::seconds(uptime))});
   }
   if (model_.isPaused()) line.push_back({"  PAUSED", Tone::Warning});
   return line;
@@ -242,10 +243,10 @@ std::vector<Line> TopView::panel(TopPanel panel, std::size_t rows, std::size_t c
 }
 
 Line TopView::entryLine(TopPanel panel, const ActivityEntry& entry, std::size_t columns) const {
-  Line line = {{rightAligned(grouped(entry.count), kCountColumns)}};
+  Line line = {{rightAligned(numberText(entry.count), kCountColumns)}};
   if (columns >= kRoomForShares) {
-    const auto share = shareOf(entry.count, wholeOf(panel, model_.sample()->activity));
-    line.push_back({rightAligned(percentage(share), kShareColumns), Tone::Faint});
+    const auto share = shareText(entry.count, wholeOf(panel, model_.sample()->activity));
+    line.push_back({rightAligned(share, kShareColumns), Tone::Faint});
   }
   line.push_back({"  "});
   if (panel == TopPanel::Failures) {

@@ -1,8 +1,8 @@
-#include "tovictl/Suggestion.h"
+#include "toolkit/Suggestion.h"
 
 #include <algorithm>
 
-namespace tovi::ctl {
+namespace tovi {
 
 static constexpr std::size_t kFarthest = 2;
 
@@ -45,4 +45,4 @@ std::string suggestion(std::string_view word, const std::vector<std::string>& kn
   return " (did you mean \"" + *nearest + "\"?)";
 }
 
-}  // namespace tovi::ctl
+}  // namespace tovi

@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tovictl/ShownText.h"
+#include "toolkit/ShownText.h"
 
 namespace tovi::test {
 namespace {
-
-using namespace ctl;
 
 class ShownTextTest : public testing::Test {
  protected:

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace tovi::ctl {
+namespace tovi {
 
 /// `text`, of whatever origin, as a terminal can be given it: each byte of what is not a visible
 /// character of this locale is written \xHH. Control characters, line ends, bidirectional controls,
@@ -18,4 +18,4 @@ std::size_t columnsOf(std::string_view shown);
 /// end tells the most. Never wider than `columns`.
 std::string fitted(std::string_view shown, std::size_t columns);
 
-}  // namespace tovi::ctl
+}  // namespace tovi

@@ -1,11 +1,11 @@
-#include "tovictl/ShownText.h"
+#include "toolkit/ShownText.h"
 
 #include <cwchar>
 #include <langinfo.h>
 
 #include "core/Utf8.h"
 
-namespace tovi::ctl {
+namespace tovi {
 
 static constexpr char32_t kSoftHyphen = 0xAD;
 
@@ -83,4 +83,4 @@ std::string fitted(std::string_view shown, std::size_t columns) {
       .append(backOf(shown, columns - 1 - front));
 }
 
-}  // namespace tovi::ctl
+}  // namespace tovi
