@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 #include "pipeline/MessageModel.h"
@@ -67,29 +69,69 @@ static std::unique_ptr<SqliteDatabase> openStore(const std::filesystem::path& di
 }
 
 CoreDataManager::CoreDataManager(std::filesystem::path directory, CommandExecuteProtocol& executor,
-                                 bool inMemory)
+                                 bool inMemory, StorePatience patience)
     : directory_(std::move(directory)) {
-  if (inMemory || !loadOrRecreate(executor)) loadInMemory();
+  if (inMemory || !loadOrRecreate(executor, patience)) loadInMemory();
 }
 
-bool CoreDataManager::loadOrRecreate(CommandExecuteProtocol& executor) {
-  auto failure = loadPersistentStores();
+CoreDataManager::CoreDataManager(std::filesystem::path directory)
+    : directory_(std::move(directory)) {
+  if (const auto failure = loadPersistentStores()) {
+    throw std::runtime_error(directory_.string() +
+                             ": cannot be opened as a message store, and was " +
+                             "left as it is: " + failure->text);
+  }
+}
+
+bool CoreDataManager::loadOrRecreate(CommandExecuteProtocol& executor, StorePatience patience) {
+  auto failure = loadPatiently(patience);
   if (!failure) return true;
-  logger_.error(kInit, "Error loading DB, deleting previous data. Error: ", *failure);
+  if (!failure->isDamage) {
+    logger_.error(kInit, "Error loading DB, leaving it for another start. Error: ", failure->text);
+    return false;
+  }
+  logger_.error(kInit, "Error loading DB, deleting previous data. Error: ", failure->text);
   logger_.error(kInit, "Deleting db ", directory_.string());
-  executor.exec("/bin/rm", {"-rf", directory_.string()});
+  setAside(executor);
   failure = loadPersistentStores();
-  if (failure) logger_.error(kInit, "Second try fail. Error: ", *failure);
+  if (failure) logger_.error(kInit, "Second try fail. Error: ", failure->text);
   return !failure;
 }
 
-std::optional<std::string> CoreDataManager::loadPersistentStores() {
+std::optional<CoreDataManager::Failure> CoreDataManager::loadPatiently(StorePatience patience) {
+  auto failure = loadPersistentStores();
+  while (failure && !failure->isDamage && --patience.tries > 0) {
+    logger_.error(kInit, "Error loading DB, trying again. Error: ", failure->text);
+    std::this_thread::sleep_for(patience.pause);
+    failure = loadPersistentStores();
+  }
+  return failure;
+}
+
+std::optional<CoreDataManager::Failure> CoreDataManager::loadPersistentStores() {
+  // What is no directory, or leads elsewhere, holds no store of ours.
+  const auto isOther = [](std::error_code code) {
+    return code == std::errc::not_a_directory || code == std::errc::too_many_symbolic_link_levels;
+  };
   try {
     persistentContainer_ = openStore(directory_);
     return std::nullopt;
+  } catch (const SqliteError& error) {
+    return Failure{error.what(), error.isDamage};
+  } catch (const std::system_error& error) {
+    return Failure{error.what(), isOther(error.code())};
   } catch (const std::exception& error) {
-    return error.what();
+    return Failure{error.what(), false};
   }
+}
+
+void CoreDataManager::setAside(CommandExecuteProtocol& executor) const {
+  const std::filesystem::path aside = directory_.string() + ".damaged";
+  executor.exec("/bin/rm", {"-rf", aside.string()});
+  std::error_code failure;
+  std::filesystem::rename(directory_, aside, failure);
+  logger_.error(kInit, "Damaged db is ",
+                failure ? "not kept: " + failure.message() : "kept as " + aside.string());
 }
 
 void CoreDataManager::loadInMemory() {

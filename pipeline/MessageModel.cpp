@@ -33,7 +33,16 @@ static void createSchema(SqliteDatabase& database) {
 }
 
 static void require(bool condition, const char* failure) {
-  if (!condition) throw SqliteError(failure);
+  if (!condition) throw SqliteError(failure, true);
+}
+
+// The check reports a page that cannot be read among the damages, and what came of it.
+static void requireSound(SqliteDatabase& database) {
+  const auto found = database.text("PRAGMA quick_check(1)");
+  if (found.find("error code=") != found.npos || found.find("failed to get page") != found.npos) {
+    throw SqliteError("message store cannot be read: " + found);
+  }
+  require(found == "ok", "message store is malformed");
 }
 
 void loadMessageModel(SqliteDatabase& database) {
@@ -42,7 +51,7 @@ void loadMessageModel(SqliteDatabase& database) {
   require(database.text("PRAGMA user_version") == kUserVersion,
           "message store is of another version");
   require(database.text(kSchemaQuery) == kSchema, "message store has another schema");
-  require(database.text("PRAGMA quick_check(1)") == "ok", "message store is malformed");
+  requireSound(database);
 }
 
 }  // namespace tovi

@@ -29,10 +29,15 @@ SqliteDatabase::SqliteDatabase(const std::string& file) {
   execute("PRAGMA cell_size_check=ON; PRAGMA mmap_size=0");
 }
 
+static bool isDamage(int result) {
+  const int kind = result & 0xFF;  // Without what the extended codes add.
+  return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || result == SQLITE_CANTOPEN_SYMLINK;
+}
+
 void SqliteDatabase::check(int result) const {
-  if (result != SQLITE_OK) {
-    throw SqliteError(handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(result));
-  }
+  if (result == SQLITE_OK) return;
+  throw SqliteError(handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(result),
+                    isDamage(result));
 }
 
 void SqliteDatabase::execute(const std::string& sql) {

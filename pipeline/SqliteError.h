@@ -1,13 +1,18 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace tovi {
 
 /// A failure of the store; `what()` is the database library's own text.
 class SqliteError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit SqliteError(const std::string& text, bool damage = false)
+      : std::runtime_error(text), isDamage(damage) {}
+
+  /// The file is no sound store of ours, and will not become one by trying again.
+  const bool isDamage;
 };
 
 }  // namespace tovi

@@ -56,8 +56,7 @@ class LoneStore {
   replay::NoVariables variables_;
   KeychainHelper keychain_{directory_.path() / "keychain", "bench"};
   CryptoDataProtector protector_{keychain_};
-  replay::PreservingExecutor executor_;
-  CoreDataManager coreData_{directory_.path() / "store", executor_, false};
+  CoreDataManager coreData_{directory_.path() / "store"};
   MessageDeliveryHandler deliveryHandler_{clock_, settings_};
   MessagePersistence persistence_{coreData_,  clock_,           settings_,
                                   variables_, deliveryHandler_, protector_};

@@ -225,6 +225,25 @@ INSTANTIATE_TEST_SUITE_P(All, StoreIo,
                                          Fault{Call::Write, SQLITE_FULL},
                                          Fault{Call::Sync, SQLITE_IOERR_FSYNC}));
 
+TEST_P(StoreIo, FaultWhileOpeningNeverCostsABatch) {
+  {
+    Running run(*this, "store");
+    save(run.messages, {0, 20000, 70000});
+  }
+  for (const bool forGood : {false, true}) {
+    int nth = 1;
+    do {
+      failFrom(nth, forGood);
+      openStore();
+      endFault();
+      SCOPED_TRACE(testing::Message() << nth << (forGood ? "th call and all after" : "th call"));
+      EXPECT_EQ(openStore().persistentContainer().text("SELECT count(*) FROM Messages"), "3");
+    } while (calls_ >= nth++);
+    EXPECT_GT(nth, GetParam().call == Call::Read ? 5 : 1);
+  }
+  EXPECT_FALSE(std::filesystem::exists(directory_ / "store.damaged"));
+}
+
 TEST_F(StoreFaults, EndingSavesWhatWaitedForTheDiskOrCountsItAsDropped) {
   for (const std::size_t dropped : {0u, 2u}) {
     startOver();

@@ -47,18 +47,49 @@ TEST_P(Store, ThatIsDamagedIsReplacedByAnEmptyOne) {
                                              "; F=store/MessageModel.sqlite; " + command});
   EXPECT_EQ(count(openStore()), "0");
   EXPECT_TRUE(log_.hasPrefix("Error loading DB, deleting previous data. Error: " + damage[1]));
-  EXPECT_EQ(log_.messages().back(), "Deleting db " + path_.string());
+  EXPECT_EQ(log_.count("Deleting db " + path_.string()), 1);
   EXPECT_EQ(count(withMessage(openStore())), "1");
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Store, testing::ValuesIn(kDamages),
                          [](const auto& damage) { return damage.param[0]; });
 
+TEST_F(Store, ThatIsDamagedIsKeptAsideUntilTheNext) {
+  for (const std::string text : {"first", "second"}) {
+    withMessage(openStore());
+    writeFile(path_ / "MessageModel.sqlite", text);
+    EXPECT_EQ(count(openStore()), "0");
+    EXPECT_EQ(readFile(directory_ / "store.damaged/MessageModel.sqlite"), text);
+  }
+}
+
+TEST_F(Store, ThatCannotBeOpenedNowIsLeftForAnotherStart) {
+  withMessage(openStore());
+  std::filesystem::remove_all(path_ / "MessageModel.sqlite-wal");
+  std::filesystem::create_directory(path_ / "MessageModel.sqlite-wal");
+  EXPECT_EQ(count(withMessage(openStore())), "1");
+  EXPECT_EQ(log_.count("Error loading DB, trying again. Error: unable to open database file"), 1);
+  EXPECT_TRUE(log_.messages().back().starts_with("Error loading DB, leaving it for another start"));
+  std::filesystem::remove(path_ / "MessageModel.sqlite-wal");
+  EXPECT_EQ(count(withMessage(openStore())), "2");
+  EXPECT_FALSE(std::filesystem::exists(directory_ / "store.damaged"));
+}
+
+TEST_F(Store, ThatIsNotToBeRecoveredIsRefusedAsItIs) {
+  withMessage(CoreDataManager(path_));
+  EXPECT_EQ(count(CoreDataManager(path_)), "1");
+  writeFile(path_ / "MessageModel.sqlite", "damaged");
+  EXPECT_THROW(CoreDataManager{path_}, std::runtime_error);
+  EXPECT_EQ(readFile(path_ / "MessageModel.sqlite"), "damaged");
+}
+
 TEST_F(Store, ThatCannotBeReplacedLeavesAWorkingThrowAwayStore) {
   writeFile(path_, "text");
+  std::filesystem::create_directories(directory_ / "store.damaged/full");
   CommandExecutor executor([](const auto&, const auto&) { return ""; });
   EXPECT_EQ(count(withMessage(CoreDataManager(path_, executor, false))), "1");
   EXPECT_EQ(log_.messages().back(), "Second try fail. Error: Not a directory");
+  EXPECT_EQ(readFile(path_), "text");
 }
 
 }  // namespace

@@ -32,15 +32,14 @@ inline std::string namesIn(const std::string& text) {
   return names;
 }
 
-/// What the parts of the pipeline are given, and a store that removes what it cannot open with the
-/// system's own rm.
+/// What the parts of the pipeline are given, and a store that runs the system's own rm.
 class Pipeline : public testing::Test {
  protected:
   CoreDataManager openStore(const std::string& name = "store") {
     CommandExecutor executor([](const auto& path, const auto& arguments) {
       return platform::runProgram(path, arguments);
     });
-    return CoreDataManager(directory_ / name, executor, false);
+    return CoreDataManager(directory_ / name, executor, false, {.tries = 2, .pause = {}});
   }
 
   LogRecorder log_;

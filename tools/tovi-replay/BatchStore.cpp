@@ -13,7 +13,7 @@ BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, Repla
       clock_(clock),
       keychain_(directory_ / "keychain", "ToviAgent"),
       protector_(keychain_),
-      coreData_(directory_ / "store", executor_, false),
+      coreData_(directory_ / "store"),
       deliveryHandler_(clock, settings_),
       persistence_(coreData_, clock, settings_, variables_, deliveryHandler_, protector_),
       batches_(persistence_, counts),

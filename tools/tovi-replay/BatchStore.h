@@ -12,7 +12,6 @@
 #include "tovi-replay/CountingPersistence.h"
 #include "tovi-replay/EventDestination.h"
 #include "tovi-replay/NoVariables.h"
-#include "tovi-replay/PreservingExecutor.h"
 #include "tovi-replay/ReplayClock.h"
 #include "tovi-replay/ReplayOptions.h"
 
@@ -40,7 +39,6 @@ class BatchStore : public EventDestination {
   NoVariables variables_;
   KeychainHelper keychain_;
   CryptoDataProtector protector_;
-  PreservingExecutor executor_;
   CoreDataManager coreData_;
   MessageDeliveryHandler deliveryHandler_;
   MessagePersistence persistence_;
