@@ -14,11 +14,7 @@ import time
 from pathlib import Path
 from typing import NamedTuple
 
-BUS = """\
-<busconfig><type>system</type><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow user="*"/><allow own="*"/><allow send_type="method_call"/>
-<allow send_destination="*" eavesdrop="false"/><allow receive_sender="*"/></policy></busconfig>
-"""
+BUS = Path(__file__).resolve().parents[2] / "scripts" / "bus" / "tovi.conf"
 BATCH_SIZE = 20
 TICKS_PER_SECOND = os.sysconf("SC_CLK_TCK")
 
@@ -60,7 +56,6 @@ class Stored(NamedTuple):
 class Daemon:
     """A context in which the daemon runs, is enrolled, and captures."""
 
-    bus_configuration = BUS
     enrollment = {"uuid": "bench", "key": "bench"}
 
     def __init__(self, build, namespace=None, variables=None, settings=None):
@@ -94,12 +89,10 @@ class Daemon:
         return self.process.pid
 
     def _start_bus(self):
-        configuration = self.directory / "bus.conf"
         socket = self.directory / "bus"
-        configuration.write_text(self.bus_configuration.format(socket=socket))
-        self.bus = subprocess.Popen(["dbus-daemon", f"--config-file={configuration}", "--nofork",
-                                     "--nopidfile"], stdin=subprocess.DEVNULL,
-                                    stderr=subprocess.DEVNULL)
+        self.bus = subprocess.Popen(["dbus-daemon", f"--config-file={BUS}",
+                                     f"--address=unix:path={socket}", "--nofork", "--nopidfile"],
+                                    stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         until(socket.exists, 10, "the bus")
 
     @property

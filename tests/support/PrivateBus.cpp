@@ -11,31 +11,23 @@ namespace tovi::test {
 namespace {
 
 constexpr char kAddressVariable[] = "DBUS_SYSTEM_BUS_ADDRESS";
-constexpr char kPermissive[] = R"(<allow user="*"/><allow own="*"/><allow send_type="method_call"/>
-  <allow eavesdrop="false" send_destination="*"/><allow receive_sender="*"/>)";
-// What a distribution's system bus grants before services add theirs.
-constexpr char kStrict[] = R"(<allow user="*"/><deny own="*"/><deny send_type="method_call"/>
-  <allow send_type="signal"/><allow send_requested_reply="true" send_type="method_return"/>
-  <allow send_requested_reply="true" send_type="error"/><allow receive_type="method_call"/>
-  <allow receive_type="method_return"/><allow receive_type="error"/>
-  <allow receive_type="signal"/><allow send_destination="org.freedesktop.DBus"/>)";
+constexpr char kPermissive[] =
+    R"(<policy context="mandatory"><allow own="*"/><allow send_destination="*"/></policy>)";
 
-std::string configuration(const std::filesystem::path& socket,
-                          const std::optional<std::filesystem::path>& policy) {
-  return "<busconfig><listen>unix:path=" + socket.string() +
-         "</listen><auth>EXTERNAL</auth><policy context=\"default\">" +
-         (policy ? kStrict : kPermissive) + "</policy>" +
-         (policy ? "<include>" + policy->string() + "</include>" : "") + "</busconfig>";
+std::string configuration(const std::optional<std::filesystem::path>& policy) {
+  return "<busconfig><include>" TOVI_SOURCE_DIR "/scripts/bus/system.conf</include>" +
+         (policy ? "<include>" + policy->string() + "</include>" : kPermissive) + "</busconfig>";
 }
 
 }  // namespace
 
 PrivateBus::PrivateBus(const std::optional<std::filesystem::path>& policy) {
-  writeFile(directory_ / "bus.conf", configuration(directory_ / "bus", policy));
+  writeFile(directory_ / "bus.conf", configuration(policy));
+  const std::string place = directory_.path().string();
   const std::string command =
-      "cd " + directory_.path().string() +
-      " && exec setpriv --pdeathsig KILL dbus-daemon --config-file=bus.conf --nofork --nopidfile"
-      " --print-address=1 --print-pid=1 2>errors";
+      "cd " + place + " && exec setpriv --pdeathsig KILL dbus-daemon --config-file=bus.conf" +
+      " --address=unix:path=" + place +
+      "/bus --nofork --nopidfile --print-address=1 --print-pid=1 2>errors";
   output_ = popen(command.c_str(), "re");
   // The lines tell that the bus listens.
   std::array<char, 512> address;

@@ -9,19 +9,6 @@ sys.path.append(str(ROOT))
 from bench.support import service
 from support.bus import BusError, Connection
 
-# What a distribution's system bus grants before services add their policies.
-BUS = f"""\
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig><type>system</type><listen>unix:path={{socket}}</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow user="*"/><deny own="*"/><deny send_type="method_call"/>
-<allow send_type="signal"/><allow send_requested_reply="true" send_type="method_return"/>
-<allow send_requested_reply="true" send_type="error"/><allow receive_type="method_call"/>
-<allow receive_type="method_return"/><allow receive_type="error"/><allow receive_type="signal"/>
-<allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/></policy>
-<include>{ROOT}/packaging/dbus/io.tovi.ToviAgentXPC.conf</include></busconfig>
-"""
-
 
 class Fault(Exception):
     """A promise that did not hold."""
@@ -42,7 +29,6 @@ def events_of(batches):
 
 
 class Daemon(service.Daemon):
-    bus_configuration = BUS
     log_level = "debug"
 
     def __init__(self, build, variables, settings, program=None):
