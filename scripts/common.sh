@@ -46,8 +46,12 @@ install() {
 
 # build PRESET [TARGET...]: configures and builds one preset of CMakePresets.json.
 build() {
-  local preset=$1 log="build/$1.log"
+  local preset=$1 log="build/$1.log" made_for
   shift
+  # CMake refuses what it configured before the tree was copied or moved.
+  made_for=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "build/$preset/CMakeCache.txt" 2>/dev/null) || true
+  [ -z "$made_for" ] || [ "$made_for" -ef "$root" ] ||
+    fail "build/$preset was made for $made_for, and not for $root; remove it: rm -r $root/build/$preset"
   mkdir -p build
   say "building ($preset)"
   { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } \
