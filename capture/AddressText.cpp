@@ -1,5 +1,6 @@
 #include "capture/AddressText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -86,6 +87,15 @@ std::string_view addressText(std::span<const std::uint8_t, 16> address,
   if (hexadecimal > run.start + run.length) text.add(':');
   addDottedDecimal(text, address.last<4>());
   return text.text();
+}
+
+std::string_view addressText(const std::array<std::byte, 16>& address,
+                             std::span<char, kAddressTextSize> buffer) {
+  static constexpr std::array<std::uint8_t, 12> kMapped = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 255};
+  const std::span<const std::uint8_t, 16> octets(
+      reinterpret_cast<const std::uint8_t*>(address.data()), 16);
+  const bool isIpv4 = std::ranges::equal(octets.first<12>(), kMapped);
+  return isIpv4 ? addressText(octets.last<4>(), buffer) : addressText(octets, buffer);
 }
 
 }  // namespace tovi

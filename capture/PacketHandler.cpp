@@ -26,15 +26,6 @@ struct Overloaded : Cases... {
 template <typename... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
-// An IPv4 address without the prefix of its mapped form (RFC 4291, section 2.5.5.2).
-std::string_view senderText(const Flow& flow, std::span<char, kAddressTextSize> buffer) {
-  constexpr std::string_view kMapped = "::ffff:";
-  const auto* const octets = reinterpret_cast<const std::uint8_t*>(flow.source.data());
-  auto text = addressText(std::span<const std::uint8_t, 16>(octets, 16), buffer);
-  if (text.starts_with(kMapped) && text.find('.') != text.npos) text.remove_prefix(kMapped.size());
-  return text;
-}
-
 }  // namespace
 
 struct PacketHandler::State {
@@ -52,22 +43,15 @@ struct PacketHandler::State {
   }
 
   void handle(const UdpDatagram& datagram, Time time) {
-    pass({datagram.flow, time, platform::Transport::udp, datagram.cut}, datagram.payload);
+    pass({datagram.flow, platform::Transport::udp, time}, datagram.payload, datagram.cut);
   }
 
-  /// What is known of a message besides its bytes.
-  struct Origin {
-    const Flow& flow;
-    Time time;
-    platform::Transport transport;
-    bool isCut = false;
-  };
-
-  void pass(const Origin& origin, std::span<const std::byte> bytes) noexcept {
+  void pass(const MessageOrigin& origin, std::span<const std::byte> bytes,
+            bool isCut = false) noexcept {
     try {
       passOn(origin, bytes);
     } catch (const MalformedDns& error) {
-      collaborators.abandoned(origin.isCut ? Undecodable::cutShort : error.reason());
+      collaborators.abandoned(isCut ? Undecodable::cutShort : error.reason());
     } catch (const std::out_of_range&) {
       collaborators.abandoned(Undecodable::recordType);
     } catch (const std::exception&) {
@@ -77,27 +61,27 @@ struct PacketHandler::State {
 
   /// The process is looked for last, since that takes longest and most of what cannot be passed on
   /// is found out before.
-  void passOn(const Origin& origin, std::span<const std::byte> bytes) {
+  void passOn(const MessageOrigin& origin, std::span<const std::byte> bytes) {
     DnsMessage message(bytes);
-    writer.write(message);
+    writer.write(message, origin);
     const auto sender = senderOf(origin, message.header());
     writer.addProcess(sender.rows);
     observe(origin, message.header(), sender.rows);
     collaborators.sink(writer.text());
   }
 
-  platform::QuerySender senderOf(const Origin& origin, const DnsHeader& header) {
+  platform::QuerySender senderOf(const MessageOrigin& origin, const DnsHeader& header) {
     if (origin.flow.sourcePort == kDnsPort) return {};
     return collaborators.processLookup(
         {.flow = origin.flow, .transport = origin.transport, .identifier = header.id});
   }
 
-  void observe(const Origin& origin, const DnsHeader& header, std::string_view processes) {
+  void observe(const MessageOrigin& origin, const DnsHeader& header, std::string_view processes) {
     if (collaborators.observer == nullptr) return;
     std::array<char, kAddressTextSize> sender;
     collaborators.observer->observe({.time = origin.time,
                                      .flow = origin.flow,
-                                     .sender = senderText(origin.flow, sender),
+                                     .sender = addressText(origin.flow.source, sender),
                                      .header = header,
                                      .questionName = writer.questionName(),
                                      .processes = processes,
@@ -107,7 +91,7 @@ struct PacketHandler::State {
   const Collaborators collaborators;
   RecordTextWriter writer;
   TcpReassembler streams{[this](const Flow& flow, Time time, std::span<const std::byte> message) {
-                           pass({flow, time, platform::Transport::tcp}, message);
+                           pass({flow, platform::Transport::tcp, time}, message);
                          },
                          [this](Undecodable reason) { collaborators.abandoned(reason); }};
 };

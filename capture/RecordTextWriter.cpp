@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "capture/AddressText.h"
 #include "capture/DnsNames.h"
 #include "capture/RecordText.h"
 
@@ -67,7 +68,7 @@ void appendZoneText(TextBuffer& text, std::string_view zoneText) {
 
 }  // namespace
 
-void RecordTextWriter::write(DnsMessage& message) {
+void RecordTextWriter::write(DnsMessage& message, const MessageOrigin& origin) {
   text_.clear(kKeptCapacity);
   const DnsHeader& header = message.header();
   text_.append(kId);
@@ -86,6 +87,7 @@ void RecordTextWriter::write(DnsMessage& message) {
   DnsAnswer answer;
   for (std::uint32_t index = 0; message.nextAnswer(answer); ++index) writeAnswer(index, answer);
   writeFlags(header);
+  writePacket(header.isResponse, origin);
   beginItem(kDnsServers);
   text_.append(dnsServers_);
 }
@@ -134,6 +136,19 @@ void RecordTextWriter::writeFlags(const DnsHeader& header) {
                           header.recursionDesired, header.authenticData}) {
     addField(digit(flag));
   }
+}
+
+void RecordTextWriter::writePacket(bool isResponse, const MessageOrigin& origin) {
+  using std::chrono::duration_cast, std::chrono::microseconds;
+  const auto& flow = origin.flow;
+  std::array<char, kAddressTextSize> address;
+  beginItem(kPacket);
+  text_.append(isResponse ? kIsResponse : kIsQuery);
+  addField(origin.transport == platform::Transport::tcp ? kTcp : kUdp);
+  addField(addressText(isResponse ? flow.destination : flow.source, address));
+  addField(isResponse ? flow.destinationPort : flow.sourcePort);
+  addField(addressText(isResponse ? flow.source : flow.destination, address));
+  addField(duration_cast<microseconds>(origin.time.time_since_epoch()).count());
 }
 
 void RecordTextWriter::beginItem(std::string_view key) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "capture/DnsMessage.h"
+#include "capture/MessageOrigin.h"
 #include "capture/RecordText.h"
 #include "core/TextBuffer.h"
 
@@ -18,7 +19,7 @@ class RecordTextWriter {
 
   /// Begins a new text and writes all but the process item. Throws what reading the message throws,
   /// and std::out_of_range for a question type without a name; there is no text then.
-  void write(DnsMessage& message);
+  void write(DnsMessage& message, const MessageOrigin& origin);
   /// Adds the process item to the text of the last `write`, unless `processes` is blank.
   void addProcess(std::string_view processes);
   /// Holds until the next call.
@@ -39,6 +40,7 @@ class RecordTextWriter {
   void writeQuestion(std::uint32_t index, const DnsQuestion& question);
   void writeAnswer(std::uint32_t index, const DnsAnswer& answer);
   void writeFlags(const DnsHeader& header);
+  void writePacket(bool isResponse, const MessageOrigin& origin);
 
   const std::string dnsServers_;
   TextBuffer text_;

@@ -61,7 +61,7 @@ bool isSameBesideProcess(const RecordTextReader& a, const RecordTextReader& b) {
 ToviDNSEventPointer eventOf(std::string_view processes) {
   DnsMessage message(std::as_bytes(std::span(kResponse)));
   RecordTextWriter writer("192.0.2.53");
-  writer.write(message);
+  writer.write(message, {});
   const std::string plain(writer.text());
   writer.addProcess(processes);
   require(isSameBesideProcess(RecordTextReader(plain), RecordTextReader(writer.text())));

@@ -41,9 +41,10 @@ void Inputs::addFrames() {
 void Inputs::addMessages() {
   for (const TimedFrame& frame : frames_) {
     const auto decoded = decodeFrame(kEthernet, captured(frame).bytes);
-    const auto payload = std::get<UdpDatagram>(decoded).payload;
+    const auto& [flow, payload, isCut] = std::get<UdpDatagram>(decoded);
     const auto* octets = reinterpret_cast<const std::uint8_t*>(payload.data());
     messages_.emplace_back(octets, octets + payload.size());
+    origins_.push_back({flow, platform::Transport::udp, captured(frame).time});
   }
 }
 
@@ -51,7 +52,7 @@ void Inputs::addTexts() {
   RecordTextWriter writer("192.0.2.53");
   for (const Octets& octets : messages_) {
     DnsMessage message(std::as_bytes(std::span(octets)));
-    writer.write(message);
+    writer.write(message, origins_[texts_.size()]);
     texts_.emplace_back(writer.text());
   }
 }

@@ -5,6 +5,7 @@
 
 #include "bench/traffic/FrameGenerator.h"
 #include "capture/CapturedFrame.h"
+#include "capture/MessageOrigin.h"
 #include "events/ToviDNSEvent.h"
 
 namespace tovi::bench {
@@ -20,6 +21,8 @@ class Inputs {
   /// Queries and responses.
   const std::vector<TimedFrame>& frames() const { return frames_; }
   const std::vector<Octets>& messages() const { return messages_; }
+  /// Of the messages.
+  const std::vector<MessageOrigin>& origins() const { return origins_; }
   const std::vector<std::string>& texts() const { return texts_; }
   const std::vector<ToviDNSEventPointer>& events() const { return events_; }
   /// Closed batches of kBatchSize events each.
@@ -36,6 +39,7 @@ class Inputs {
 
   std::vector<TimedFrame> frames_;
   std::vector<Octets> messages_;
+  std::vector<MessageOrigin> origins_;
   std::vector<std::string> texts_;
   std::vector<ToviDNSEventPointer> events_;
   std::vector<std::string> batches_;

@@ -92,7 +92,7 @@ struct HandlerRecorder : MessageObserverProtocol {
   void give(int linkType, const std::string& frame) {
     // Of its very size, so that a read past the end is seen.
     const std::vector<char> exact(frame.begin(), frame.end());
-    handler.onPacketArrives({linkType, std::as_bytes(std::span(exact)), {}});
+    handler.onPacketArrives({linkType, std::as_bytes(std::span(exact)), time});
   }
 
   void observe(const ObservedMessage& message) override {
@@ -102,6 +102,13 @@ struct HandlerRecorder : MessageObserverProtocol {
                        std::string(message.processes));
   }
 
+  std::vector<std::string> textsUpToFlags() const {
+    std::vector<std::string> fronts;
+    for (const auto& text : texts) fronts.push_back(text.substr(0, text.find(",packet!")));
+    return fronts;
+  }
+
+  std::chrono::system_clock::time_point time;
   std::vector<std::string> texts;
   std::vector<std::string> observed;
   std::vector<Undecodable> abandoned;

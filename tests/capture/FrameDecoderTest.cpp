@@ -79,8 +79,9 @@ TEST(FrameDecoderTest, EachKindOfFrameGivesItsQuery) {
   for (const auto& [name, type, frame, abandoned] : kFramesWithQuery) {
     HandlerRecorder recorder;
     recorder.give(type, frame);
-    EXPECT_EQ(recorder.texts, std::vector{"id!4660,opcode!0,response!0,query0!example.org;A;IN,"
-                                          "flags!0;0;0;0;1;0,dnsServers!192.168.1.1"s})
+    EXPECT_EQ(recorder.textsUpToFlags(),
+              std::vector{"id!4660,opcode!0,response!0,query0!example.org;A;IN,"
+                          "flags!0;0;0;0;1;0"s})
         << name;
     ASSERT_EQ(recorder.lookedUp.size(), 1U) << name;
     EXPECT_EQ(recorder.lookedUp[0].flow.sourcePort, 40000U) << name;

@@ -21,8 +21,8 @@ namespace {
 
 const std::string kMarker = "p" + std::to_string(getpid()) + ".test";
 
-std::string withoutServers(std::string_view text) {
-  return std::string(text.substr(0, text.find(",dnsServers!")));
+std::string withoutPacket(std::string_view text) {
+  return std::string(text.substr(0, text.find(",packet!")));
 }
 
 /// Keeps the texts of this process alone: others may talk on the loopback interface, too.
@@ -31,7 +31,7 @@ class Texts : public MessageReceivedProtocol {
   void feed(std::string_view text) override {
     if (text.find(kMarker) == text.npos) return;
     std::lock_guard lock(mutex);
-    texts_.push_back(withoutServers(text));
+    texts_.push_back(withoutPacket(text));
     changed_.notify_all();
   }
   std::vector<std::string> waitFor(std::size_t count) {
@@ -94,7 +94,7 @@ class LiveCaptureTest : public testing::Test {
     EXPECT_EQ(sendto(server_, octets.data(), octets.size(), 0,
                      reinterpret_cast<const sockaddr*>(&client), sizeof client),
               static_cast<ssize_t>(octets.size()));
-    expected_.push_back(withoutServers(textOf(octets).value()));
+    expected_.push_back(withoutPacket(textOf(octets).value()));
   }
 
   const int server_ = socket(AF_INET, SOCK_DGRAM, 0);

@@ -10,12 +10,14 @@ TEST(RecordTextTest, ResponseHasAllItemsInOrder) {
   EXPECT_EQ(
       textOf(dnsMessage(4660, 0x8180, {question("example.org")}, {record(1, "\x5d\xb8\xd8\x22")})),
       "id!4660,opcode!0,response!0,query0!example.org;A;IN,"
-      "answer0!93.184.216.34;A;IN;300;example.org,flags!0;1;0;0;1;0,dnsServers!192.168.1.1");
+      "answer0!93.184.216.34;A;IN;300;example.org,flags!0;1;0;0;1;0,"
+      "packet!response;udp;127.0.0.2;40000;127.0.0.1;0,dnsServers!192.168.1.1");
   EXPECT_EQ(textOf(dnsMessage(0, 0xafff, {question("", 28, 32769), question("b", 39, 2)},
                               {record(5, dnsName("c"), 3, 0xffffffff), record(2, "\0"s, 255)})),
             "id!0,opcode!5,response!15,query0!.;AAAA;IN_QU,query1!b;DNAM;UNKW,"
             "answer0!c;CNAME;CH;4294967295;.,answer1!.;NS;ANY;300;.,"
-            "flags!1;1;1;1;1;1,dnsServers!192.168.1.1");
+            "flags!1;1;1;1;1;1,"
+            "packet!response;udp;127.0.0.2;40000;127.0.0.1;0,dnsServers!192.168.1.1");
 }
 
 TEST(RecordTextTest, EachFlagHasItsPlace) {
@@ -35,6 +37,25 @@ TEST(RecordTextTest, NamesOfTypesAndClasses) {
   const std::pair<std::uint16_t, const char*> classes[] = {
       {1, "IN"}, {2, "UNKW"}, {3, "CH"}, {4, "HS"}, {255, "ANY"}, {32769, "IN_QU"}};
   for (const auto& [code, name] : classes) EXPECT_EQ(dnsClassName(code), name);
+}
+
+TEST(RecordTextTest, PacketItemTellsTheClientFromTheServer) {
+  using std::chrono::system_clock, std::chrono::microseconds;
+  const std::string query = dnsMessage(1, 0x0100, {question("a")});
+  const std::string answer = dnsMessage(1, 0x8100, {question("a")});
+  const std::string address = "101:101:101:101:101:101:101:101";
+  const std::tuple<std::string, int, const char*, std::string> cases[] = {
+      {ipv4(udp(query, 40001, 53)), 0, "query;udp;127.0.0.1;40001;127.0.0.2;", "0"},
+      {ipv4(udp(answer, 53, 40002)), 999, "response;udp;127.0.0.2;40002;127.0.0.1;", "999"},
+      {ipv4(tcp(u16(answer.size()) + answer), 6), 7, "response;tcp;127.0.0.2;40000;127.0.0.1;",
+       "7"},
+      {ipv6(udp(query, 40003, 53)), 1, "query;udp;", address + ";40003;" + address + ";1"}};
+  for (const auto& [frame, time, front, back] : cases) {
+    HandlerRecorder recorder;
+    recorder.time = system_clock::time_point(microseconds(time));
+    recorder.give(101, frame);
+    EXPECT_EQ(between(recorder.texts.at(0), ",packet!", ",dnsServers!"), front + back);
+  }
 }
 
 TEST(RecordTextTest, ProcessItemKeepsItsLinesAndAddsNoItems) {

@@ -72,9 +72,11 @@ TEST_F(Replay, RecordsArePrinted) {
   EXPECT_EQ(replay("--records %s >/dev/full"), 1);
   EXPECT_EQ(replay("--records %s"), 0);
   EXPECT_EQ(output(),
-            "id!7,opcode!0,response!0,query0!abc;A;IN,flags!0;0;0;0;1;0,dnsServers!\n"
+            "id!7,opcode!0,response!0,query0!abc;A;IN,flags!0;0;0;0;1;0,"
+            "packet!query;udp;127.0.0.1;40000;127.0.0.2;1643130172000000,dnsServers!\n"
             "id!7,opcode!0,response!0,query0!abc;A;IN,answer0!192.0.2.1;A;IN;300;abc,"
-            "flags!0;1;0;0;1;0,dnsServers!\n");
+            "flags!0;1;0;0;1;0,"
+            "packet!response;udp;127.0.0.2;40000;127.0.0.1;1643130172000000,dnsServers!\n");
 }
 
 TEST_F(Replay, IntervalAndCollectorLeaveEventsOut) {
