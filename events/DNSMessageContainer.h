@@ -1,32 +1,50 @@
 #pragma once
 
-#include <mutex>
+#include <cstdint>
+#include <list>
+#include <unordered_map>
 
 #include "core/Tally.h"
-#include "events/LRUCache.h"
 #include "events/MessageContainerProtocol.h"
 
 namespace tovi {
 
 /// Keeps a limited number of pending events; one too many drops the one that was set longest ago.
-/// Any thread.
+/// Exchanges that are over are known for Exchange::kAftermath, as far as they are not too many. One
+/// thread at a time; the tally from any.
 class DNSMessageContainer : public MessageContainerProtocol {
  public:
+  static constexpr std::size_t kMostOver = 2048;
+
   /// With a `countLimit` of 0 or less, every transaction identifier can have its event.
   explicit DNSMessageContainer(std::int64_t countLimit);
 
-  void set(std::int64_t id, ToviDNSEventPointer event) override;
-  ToviDNSEventPointer get(std::int64_t id) override;
-  void remove(std::int64_t id) override;
+  Exchange* get(const ExchangePacket& packet) override;
+  void set(Exchange* exchange, const ExchangePacket& packet, ToviDNSEventPointer event) override;
+  void remove(Exchange* exchange, const ExchangePacket& packet) override;
 
+  std::size_t pending() const { return pending_.size(); }
   /// How many were dropped for newer ones.
   const Tally& forgotten() const { return forgotten_; }
 
  private:
+  using Exchanges = std::list<Exchange>;
+  using Index = std::unordered_multimap<std::size_t, Exchanges::iterator>;
+
+  Exchanges::iterator added(Exchange* exchange, const ExchangePacket& packet);
+  Exchanges::iterator begun(const ExchangePacket& packet);
+  Index::iterator find(const Exchange& exchange);
+  void forgetFailures(const ExchangePacket& packet);
+  void forgetLast(Exchanges& exchanges);
+  void forgetOver(std::chrono::microseconds now);
+
+  const std::size_t countLimit_;
   Tally forgotten_;
-  std::mutex mutex_;
-  /// Guarded by `mutex_`.
-  LRUCache<std::int64_t, ToviDNSEventPointer> messageContainer_;
+  /// What was set last comes first.
+  Exchanges pending_;
+  Exchanges over_;
+  /// Both, by Exchange::hash.
+  Index index_;
 };
 
 }  // namespace tovi

@@ -46,6 +46,8 @@ void RecordTextReader::add(const Item& item) {
     response = value;
   } else if (key == kFlags) {
     flags = value;
+  } else if (key == kPacket) {
+    packet = value;
   } else if (key == kDnsServers) {
     dnsServers = value;
   }

@@ -38,6 +38,7 @@ struct RecordTextReader {
   List queries;
   List answers;
   std::string_view flags;
+  std::string_view packet;
   std::string_view dnsServers;
 
  private:

@@ -40,9 +40,9 @@ ToviDNSMessageBuilder::ToviDNSMessageBuilder(const Collaborators& collaborators,
       systemProvider_(collaborators.systemProvider),
       bundleProvider_(collaborators.bundleProvider),
       variable_(collaborators.variable),
-      container_(collaborators.container),
       userInfo_(collaborators.userInfo),
-      undesireDomains_(std::move(undesireDomains)) {}
+      undesireDomains_(std::move(undesireDomains)),
+      container_(collaborators.container) {}
 
 void ToviDNSMessageBuilder::feed(std::string_view recordText) {
   const RecordTextReader data(recordText);
@@ -52,49 +52,72 @@ void ToviDNSMessageBuilder::feed(std::string_view recordText) {
 }
 
 void ToviDNSMessageBuilder::feed(const RecordTextReader& data, std::int64_t id) try {
-  const auto event = std::make_shared<ToviDNSEvent>(pendingOrNewEvent(id));
-  if (parseDataIntoEvent(data, *event, id)) {
-    decide(event, id);
-  } else {
-    refused_.add();
-    logger_.debug("feed(_:)", "Can't get event data");
-  }
+  if (parseDataIntoEvent(data, id)) return;
+  beginTimestamp();
+  refused_.add();
+  logger_.debug("feed(_:)", "Can't get event data");
 } catch (const AgentErrors& error) {
+  beginTimestamp();
   refused_.add();
   logger_.error("feed(_:)", "Can't parse event data: ", error.what());
 }
 
-// A copy of what the packets of an exchange share: the pending event stays as it is, since others
-// may see it and this text may yet turn out to be unsound.
-ToviDNSEvent ToviDNSMessageBuilder::pendingOrNewEvent(std::int64_t id) {
-  if (const auto pending = container_.get(id)) {
-    return {.timestamp = pending->timestamp,
-            .version = pending->version,
-            .system = pending->system,
-            .process = pending->process,
-            .dnsPacket = std::nullopt};
+bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, std::int64_t id) {
+  auto event = std::make_shared<ToviDNSEvent>();
+  const auto& packet = event->dnsPacket.emplace(buildDnsPacket(data, id));
+  if (!packet.question) {
+    logger_.debug("parseDataIntoEvent(data:event:id:)", "Query not found");
+    return false;
   }
-  return {.timestamp = beginTimestamp(),
-          .version = bundleProvider_.shortVersion().value_or(kUnknownVersion),
-          .system = nullptr,
-          .process = std::nullopt,
-          .dnsPacket = std::nullopt};
+  event->system = currentSystem();
+  const bool isWhole = !packet.answers->empty();
+  Sighting seen;
+  seen.isResponse = isWhole;
+  seen = sightingFrom(data.packet).value_or(seen);
+  if (!join(event, {packet, seen, firstProcess(data.process)}) || !isWhole) return true;
+  events_.add();
+  packer_.addMessage(std::move(event));
+  return true;
+}
+
+bool ToviDNSMessageBuilder::join(const std::shared_ptr<ToviDNSEvent>& event,
+                                 const ExchangePacket& packet) {
+  const bool isWhole = !packet.dns.answers->empty();
+  std::lock_guard lock(containerMutex_);
+  // A query that brings answers of its own, such as a notification, waits for none.
+  const bool isAlone = isWhole && !packet.seen.isResponse;
+  auto* const exchange = isAlone ? nullptr : container_.get(packet);
+  if (exchange && exchange->isOver()) {
+    exchange->add(packet);
+    return false;
+  }
+  begin(*event, exchange ? exchange->event().get() : nullptr);
+  if (!event->process) event->process = packet.process;
+  if (!isWhole) {
+    container_.set(exchange, packet, event);
+  } else if (!isAlone) {
+    container_.remove(exchange, packet);
+  }
+  return true;
+}
+
+// What waits stays as it is: others may see it.
+void ToviDNSMessageBuilder::begin(ToviDNSEvent& event, const ToviDNSEvent* pending) {
+  if (pending == nullptr) {
+    event.timestamp = beginTimestamp();
+    event.version = bundleProvider_.shortVersion().value_or(kUnknownVersion);
+    return;
+  }
+  event.timestamp = pending->timestamp;
+  event.version = pending->version;
+  event.system = pending->system;
+  event.process = pending->process;
 }
 
 std::string ToviDNSMessageBuilder::beginTimestamp() {
   auto now = timeProvider_.currentTime();
   variable_.save("last_dns_event_timestamp", PropertyValue{now});
   return now;
-}
-
-bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event,
-                                               std::int64_t id) {
-  if (!event.system) event.system = currentSystem();
-  if (!event.process) event.process = firstProcess(data.process);
-  event.dnsPacket = buildDnsPacket(data, id);
-  if (event.dnsPacket->question) return true;
-  logger_.debug("parseDataIntoEvent(data:event:id:)", "Query not found");
-  return false;
 }
 
 std::shared_ptr<const EventSystem> ToviDNSMessageBuilder::currentSystem() {
@@ -125,10 +148,10 @@ DnsPacket ToviDNSMessageBuilder::buildDnsPacket(const RecordTextReader& data,
   packet.question = firstQuestion(data);
   if (!packet.question) logger_.debug("buildDnsPacket(data:id:)", "Cant get Query");
   packet.answers = getAnswers(data);
+  packet.flags = getFlags(data);
   // Then the event waits for a response, whose packet takes the place of this one.
   if (packet.answers->empty()) return packet;
   packet.queriedServers = queriedServers(data);
-  packet.flags = getFlags(data);
   if (!data.opcode.empty()) packet.opCode = opcodeName(data.opcode);
   if (!data.response.empty()) packet.responseCode = responseCodeName(data.response);
   return packet;
@@ -179,13 +202,6 @@ std::optional<Flags> ToviDNSMessageBuilder::getFlags(const RecordTextReader& dat
                .checkingDisabled = isSet(3),
                .recursionDesired = isSet(4),
                .authenticData = isSet(5)};
-}
-
-void ToviDNSMessageBuilder::decide(ToviDNSEventPointer event, std::int64_t id) {
-  if (event->dnsPacket->answers->empty()) return container_.set(id, std::move(event));
-  events_.add();
-  packer_.addMessage(std::move(event));
-  container_.remove(id);
 }
 
 }  // namespace tovi

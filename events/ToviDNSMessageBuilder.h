@@ -23,10 +23,11 @@ namespace tovi {
 
 struct RecordTextReader;
 
-/// Joins the record texts of a query and of its response, which share a transaction identifier,
-/// into one event. An event goes to the packer once a text with at least one answer has come; until
-/// then it waits in the container. Called from several threads at once; the texts of one exchange
-/// come from one thread.
+/// Joins the record texts of a query and of its response, which share a transaction identifier, a
+/// question and a client, into one event, however often and in whatever order several interfaces
+/// saw them. An event goes to the packer once a response with at least one answer has come; until
+/// then it waits in the container. A response whose query was not seen makes an event without a
+/// process. Called from several threads at once.
 class ToviDNSMessageBuilder : public MessageReceivedProtocol {
  public:
   using Domains = std::set<std::string, std::less<>>;
@@ -56,10 +57,13 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
 
  private:
   void feed(const RecordTextReader& data, std::int64_t id);
-  ToviDNSEvent pendingOrNewEvent(std::int64_t id);
+  /// False when nothing is asked. Throws AgentErrors.
+  bool parseDataIntoEvent(const RecordTextReader& data, std::int64_t id);
+  /// Gives the event, which has the packet, what earlier packets of the exchange told, and lets it
+  /// wait unless it is whole. False when the exchange is over.
+  bool join(const std::shared_ptr<ToviDNSEvent>& event, const ExchangePacket& packet);
+  void begin(ToviDNSEvent& event, const ToviDNSEvent* pending);
   std::string beginTimestamp();
-  /// True when the event then has a packet with a question. Throws AgentErrors.
-  bool parseDataIntoEvent(const RecordTextReader& data, ToviDNSEvent& event, std::int64_t id);
   std::shared_ptr<const EventSystem> currentSystem();
   EventSystem buildSystem();
   /// Throws AgentErrors for a question that is malformed or about an undesired domain.
@@ -68,7 +72,6 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   Query parseQuestion(std::string_view value) const;
   std::vector<Answer> getAnswers(const RecordTextReader& data) const;
   std::optional<Flags> getFlags(const RecordTextReader& data) const;
-  void decide(ToviDNSEventPointer event, std::int64_t id);
 
   // Constant after construction.
   ToviLog logger_{"ToviDNSMessageBuilder", "main"};
@@ -77,12 +80,15 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   SystemInformationProtocol& systemProvider_;
   BundleProviderProtocol& bundleProvider_;
   SavePropertyManagerProtocol& variable_;
-  MessageContainerProtocol& container_;
   UserInfoBuilderProtocol& userInfo_;
   const Domains undesireDomains_;
 
   Tally events_;
   Tally refused_;
+
+  // Guarded by the mutex.
+  std::mutex containerMutex_;
+  MessageContainerProtocol& container_;
 
   // Guarded by the mutex: the host as it was last gathered.
   std::mutex systemMutex_;

@@ -27,7 +27,7 @@ void checkList(const RecordTextReader::List& list, std::string_view kind, std::s
 void checkReader(std::string_view text) {
   const RecordTextReader reader(text);
   for (const auto value : {reader.id, reader.process, reader.opcode, reader.response, reader.flags,
-                           reader.dnsServers}) {
+                           reader.packet, reader.dnsServers}) {
     require(standsIn(value, text) && value.find_first_of("!,") == value.npos);
   }
   checkList(reader.queries, "query", text);

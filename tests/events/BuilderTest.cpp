@@ -36,7 +36,7 @@ TEST_F(Builder, ResponseCompletesTheQueryThatWaits) {
         {"alias.example.org", "A", "IN", 300, "192.0.2.9"}}},
       {{"192.0.2.1", "192.0.2.2"}}};
   EXPECT_EQ(event.dnsPacket, packet);
-  EXPECT_EQ(container_.get(7), nullptr);
+  EXPECT_EQ(container_.pending(), 0U);
 }
 
 TEST_F(Builder, ResponseAloneMakesAnEventWithoutProcess) {
@@ -47,11 +47,14 @@ TEST_F(Builder, ResponseAloneMakesAnEventWithoutProcess) {
 }
 
 TEST_F(Builder, HostIsGatheredAgainOnlyWhenItChanged) {
-  for (int i = 0; i < 2; ++i) builder_.feed(kResponse);
+  const auto feed = [this](int id) {
+    builder_.feed("id!" + std::to_string(id) + ",query0!a;A;IN,answer0!1;A;IN;1;a");
+  };
+  for (int id = 1; id <= 2; ++id) feed(id);
   machine_.address = "192.0.2.8";
-  builder_.feed(kResponse);
+  feed(3);
   ++machine_.changes;
-  builder_.feed(kResponse);
+  feed(4);
   std::vector<std::string> addresses;
   for (const auto& event : packer_.events) {
     addresses.push_back(event->system->localAddress->at(0));
@@ -61,11 +64,17 @@ TEST_F(Builder, HostIsGatheredAgainOnlyWhenItChanged) {
 }
 
 TEST_F(Builder, ResponseWithoutAnswersStaysParkedWithItsProcess) {
+  const auto waiting = [this] {
+    DnsPacket packet;
+    packet.id = 7;
+    packet.question = Query{"A", "example.org", "IN"};
+    return container_.get({packet, {}, {}})->event();
+  };
   builder_.feed(kQuery);
-  const auto parked = container_.get(7);
+  const auto parked = waiting();
   builder_.feed("id!7,opcode!0,response!3,query0!example.org;A;IN,flags!0;1;0;0;1;0");
   EXPECT_TRUE(packer_.events.empty());
-  EXPECT_NE(container_.get(7), parked) << "a pending event was changed in place";
+  EXPECT_NE(waiting(), parked) << "a pending event was changed in place";
   builder_.feed(kResponse);
   EXPECT_EQ(onlyEvent().process->pid, 512);
 }
@@ -85,7 +94,7 @@ TEST_F(Builder, CollectorsOwnDomainIsRefusedButBeginsAnEvent) {
   builder_.feed("id!8,query0!a;A;IN,query1!api.collector.test;A;IN,answer0!1;A;IN;1;a");
   EXPECT_EQ(log_.count("Can't parse event data: Domain found in undesired domains list"), 1);
   EXPECT_TRUE(packer_.events.empty());
-  EXPECT_EQ(container_.get(8), nullptr);
+  EXPECT_EQ(container_.pending(), 0U);
   EXPECT_EQ(lastBegun(), "2022-01-25T17:02:52Z");
 }
 
@@ -128,10 +137,10 @@ TEST_F(Builder, ProcessComesFromTheFirstRow) {
       {"COMMAND PID USER FD\nmy dig 1 root 5u", {}},
       {"COMMAND PID USER FD\n\ndig 1 root 5u", {}},
   };
-  for (const auto& [text, process] : cases) {
-    builder_.feed("id!9,process!" + std::string(text) + ",query0!a;A;IN");
-    EXPECT_EQ(container_.get(9)->process, process) << text;
-    container_.remove(9);
+  for (int id = 9; const auto& [text, process] : cases) {
+    builder_.feed("id!" + std::to_string(id++) + ",process!" + text +
+                  ",query0!a;A;IN,answer0!1;A;IN;1;a");
+    EXPECT_EQ(packer_.events.back()->process, process) << text;
   }
 }
 

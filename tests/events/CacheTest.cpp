@@ -6,6 +6,14 @@
 namespace tovi {
 namespace {
 
+DnsPacket packetOf(std::int64_t id, const char* type, std::vector<Answer> answers = {}) {
+  DnsPacket packet;
+  packet.id = id;
+  packet.question = Query{type, "example.org", "IN"};
+  packet.answers = std::move(answers);
+  return packet;
+}
+
 using Cache = LRUCache<std::string, int>;
 
 TEST(LRUCache, LeastRecentlyUsedEntryMakesRoom) {
@@ -32,17 +40,39 @@ TEST(LRUCache, WithoutRoomNothingIsRemembered) {
 TEST(DNSMessageContainer, DropsTheEventThatWasSetLongestAgo) {
   DNSMessageContainer container(2);
   const auto event = std::make_shared<const ToviDNSEvent>();
-  container.set(1, event);
-  container.set(2, event);
-  container.set(2, event);
+  const std::optional<EventProcess> nobody;
+  const Sighting seen;
+  const auto set = [&](const DnsPacket& packet) {
+    const ExchangePacket exchangePacket{packet, seen, nobody};
+    container.set(container.get(exchangePacket), exchangePacket, event);
+  };
+  const auto get = [&](const DnsPacket& packet) { return container.get({packet, seen, nobody}); };
+  const auto first = packetOf(1, "A");
+  const auto second = packetOf(2, "A");
+  const auto third = packetOf(2, "AAAA");
+  for (const auto& packet : {first, second, second}) set(packet);
   EXPECT_EQ(container.forgotten().count(), 0U);
-  EXPECT_EQ(container.get(1), event);
-  container.set(3, event);
+  EXPECT_EQ(get(first)->event(), event);
+  set(third);
   EXPECT_EQ(container.forgotten().count(), 1U);
-  EXPECT_EQ(container.get(1), nullptr);
-  EXPECT_EQ(container.get(2), event);
-  container.remove(2);
-  EXPECT_EQ(container.get(2), nullptr);
+  EXPECT_EQ(get(first), nullptr);
+  EXPECT_EQ(get(second)->event(), event);
+  container.remove(get(second), {second, seen, nobody});
+  EXPECT_TRUE(get(second)->isOver());
+  EXPECT_EQ(container.pending(), 1U);
+}
+
+TEST(DNSMessageContainer, RemembersALimitedNumberThatIsOver) {
+  DNSMessageContainer container(2);
+  const std::optional<EventProcess> nobody;
+  Sighting seen;
+  seen.isResponse = true;
+  constexpr auto kMost = static_cast<std::int64_t>(DNSMessageContainer::kMostOver);
+  for (std::int64_t id = 0; id <= kMost; ++id) {
+    container.remove(nullptr, {packetOf(id, "A", {Answer()}), seen, nobody});
+  }
+  EXPECT_EQ(container.get({packetOf(0, "A"), seen, nobody}), nullptr);
+  EXPECT_TRUE(container.get({packetOf(1, "A"), seen, nobody})->isOver());
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ class Injection : public Builder {
     const platform::NamedOwner owner{{512, 9}, processName, "alice"};
     recorder_.processes = platform::lsofText({}, std::span(&owner, 1), services_);
     recorder_.texts.clear();
+    recorder_.time += std::chrono::minutes(1);
     const std::string name = counted(label) + '\0';
     recorder_.give(101, ipv4(udp(dnsMessage(7, 0x8180, {name + u32(0x10001)},
                                             {record(16, counted(characters)), record(5, name)}))));

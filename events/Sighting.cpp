@@ -1,0 +1,28 @@
+#include "events/Sighting.h"
+
+#include <algorithm>
+
+#include "capture/RecordText.h"
+#include "events/TextParts.h"
+
+namespace tovi {
+
+// Times up to here can be subtracted from each other.
+static constexpr std::int64_t kLatest = INT64_MAX / 2;
+
+std::optional<Sighting> sightingFrom(std::string_view packetItem) {
+  const auto fields = exactlyTrimmedParts<6>(packetItem, recordtext::kFieldSeparator);
+  if (!fields) return std::nullopt;
+  const auto& [kind, transport, client, port, server, time] = *fields;
+  const auto portNumber = decimalInteger(port);
+  const auto microseconds = decimalInteger(time);
+  if (!portNumber || !microseconds) return std::nullopt;
+  return Sighting{
+      .isResponse = kind == recordtext::kIsResponse,
+      .transport = std::string(transport),
+      .client = {std::string(client), *portNumber},
+      .server = std::string(server),
+      .time = std::chrono::microseconds(std::clamp<std::int64_t>(*microseconds, 0, kLatest))};
+}
+
+}  // namespace tovi

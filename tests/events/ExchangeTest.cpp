@@ -1,0 +1,248 @@
+#include <thread>
+
+#include "tests/events/BuilderFixture.h"
+
+namespace tovi::test {
+namespace {
+
+constexpr const char* kApp = "192.168.1.20;40001;192.168.1.1";
+
+/// A packet of an exchange, in the words of a test.
+struct Packet {
+  std::string question = "example.org";
+  /// The client's address and port, and the server's address.
+  std::string flow = kApp;
+  int milliseconds = 0;
+  /// Who sent it; 0 when not found.
+  int pid = 0;
+  int id = 7;
+};
+
+std::string text(const Packet& packet, const std::string& kind, const std::string& rest) {
+  std::string text = "id!" + std::to_string(packet.id);
+  if (packet.pid != 0) {
+    const auto pid = std::to_string(packet.pid);
+    text += ",process!COMMAND PID USER FD\np" + pid + " " + pid + " alice 9u\n";
+  }
+  return text + ",opcode!0,query0!" + packet.question + ";A;IN" + rest + ",packet!" + kind +
+         ";udp;" + packet.flow + ";" + std::to_string(1643130172000 + packet.milliseconds) + "000";
+}
+
+std::string query(const Packet& packet) {
+  return text(packet, "query", ",response!0,flags!0;0;0;0;1;0");
+}
+std::string response(const Packet& packet) {
+  return text(packet, "response",
+              ",response!0,answer0!192.0.2.9;A;IN;60;" + packet.question + ",flags!0;1;0;0;1;0");
+}
+std::string failure(const Packet& packet) {
+  return text(packet, "response", ",response!3,flags!0;1;0;0;1;0");
+}
+std::string truncation(const Packet& packet) {
+  return text(packet, "response", ",response!0,flags!0;1;1;0;1;0");
+}
+
+/// The process of an event, 0 when nobody is named, and how many texts came before its first.
+using Asker = std::pair<std::int64_t, int>;
+
+class Scene : public Builder {
+ public:
+  /// A second passes after each text, so that each would begin at a time of its own.
+  void feed(const std::vector<std::string>& texts) {
+    for (const auto& text : texts) {
+      builder_.feed(text);
+      clock_.advance(1);
+    }
+  }
+  std::vector<Asker> askers() const {
+    std::vector<Asker> askers;
+    for (const auto& event : packer_.events) {
+      const auto& time = *event->timestamp;
+      const int seconds = std::stoi(time.substr(14, 2)) * 60 + std::stoi(time.substr(17, 2));
+      askers.emplace_back(event->process ? event->process->pid : 0, seconds - (2 * 60 + 52));
+    }
+    return askers;
+  }
+  void expect(const std::vector<Asker>& expected, std::size_t pending = 0) const {
+    EXPECT_EQ(askers(), expected);
+    EXPECT_EQ(container_.pending(), pending);
+  }
+
+  using Builder::builder_;
+  using Builder::packer_;
+
+ private:
+  void TestBody() override {}
+};
+
+TEST(Exchange, ProgramAndItsForwarderAreNamedEachForItsOwn) {
+  Scene scene;
+  const std::string upstream = "192.168.1.20;5353;9.9.9.9";
+  scene.feed({query({.flow = "127.0.0.1;40001;127.0.0.53", .pid = 512}),
+              query({.flow = upstream, .milliseconds = 1, .pid = 90, .id = 900}),
+              response({.flow = upstream, .milliseconds = 9, .id = 900}),
+              response({.flow = "127.0.0.1;40001;127.0.0.53", .milliseconds = 10})});
+  scene.expect({{90, 1}, {512, 0}});
+}
+
+TEST(Exchange, ForwarderThatKeepsIdentifiersIsToldFromItsClient) {
+  for (const int forwarder : {90, 0}) {
+    Scene scene;
+    const std::string upstream = "192.168.1.20;5353;9.9.9.9";
+    const std::string client = "127.0.0.1;40001;127.0.0.53";
+    scene.feed({query({.flow = client, .pid = 512}),
+                query({.flow = upstream, .milliseconds = 1, .pid = forwarder}),
+                response({.flow = upstream, .milliseconds = 9}),
+                response({.flow = client, .milliseconds = 10})});
+    scene.expect({{forwarder, 1}, {512, 0}});
+  }
+}
+
+TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
+  const std::string other = "192.168.1.20;40002;192.168.1.1";
+  const struct {
+    const char* question;
+    std::string flow;
+    std::vector<std::string> earlier;
+    std::size_t left;
+  } cases[] = {
+      {"other.org", other, {query({.pid = 512}), failure({.milliseconds = 1})}, 1},
+      {"other.org", other, {query({.pid = 512})}, 1},
+      {"example.org", other, {query({.pid = 512}), failure({.milliseconds = 1})}, 0},
+      {"example.org", other, {query({.pid = 512})}, 1},
+      {"example.org", kApp, {query({.pid = 512})}, 1},
+  };
+  for (const auto& [question, flow, earlier, left] : cases) {
+    for (const int asker : {77, 0}) {
+      if (asker == 0 && flow == kApp) continue;
+      Scene scene;
+      scene.feed(earlier);
+      const int begun = static_cast<int>(earlier.size());
+      scene.feed({query({question, flow, 60'000, asker}), response({question, flow, 60'009})});
+      scene.expect({{asker, begun}}, left);
+    }
+  }
+}
+
+TEST(Exchange, QuerySentAgainKeepsTimeAndProcessAndItsSecondAnswerMakesNoEvent) {
+  Scene scene;
+  const std::string nextServer = "192.168.1.20;40002;192.168.1.2";
+  scene.feed({query({.pid = 512}), query({.milliseconds = 5000}),
+              query({.flow = nextServer, .milliseconds = 10'000, .pid = 512}),
+              response({.flow = nextServer, .milliseconds = 10'009}),
+              response({.milliseconds = 10'020})});
+  scene.expect({{512, 0}});
+}
+
+TEST(Exchange, QueryAfterTheAnswerBeginsAnotherExchange) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), response({.milliseconds = 9}),
+              query({.milliseconds = 20, .pid = 513}), response({.milliseconds = 29}),
+              query({.milliseconds = 40}), failure({.milliseconds = 41}),
+              query({.milliseconds = 42, .pid = 512}), response({.milliseconds = 49})});
+  scene.expect({{512, 0}, {513, 2}, {512, 6}});
+}
+
+TEST(Exchange, ResponseToAnotherQuestionOrPortIsNobodysAndLeavesThePendingOne) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), response({.question = "other.org", .milliseconds = 1}),
+              response({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 2}),
+              response({.milliseconds = 9})});
+  scene.expect({{0, 1}, {0, 2}, {512, 0}});
+}
+
+TEST(Exchange, PacketsSeenOnSeveralInterfacesMakeOneEvent) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), query({}), query({}), response({.milliseconds = 9}),
+              response({.milliseconds = 9}), response({.milliseconds = 9}),
+              query({.milliseconds = 1})});
+  scene.expect({{512, 0}});
+}
+
+TEST(Exchange, AddressTranslationOnTheWayMakesOneEventOfWhoWasFound) {
+  const std::string inside = "10.0.3.2;40001;9.9.9.9";
+  const std::string outside = "192.168.1.20;61000;9.9.9.9";
+  const std::vector<std::string> orders[] = {
+      {query({.flow = inside, .pid = 512}), query({.flow = outside}),
+       response({.flow = outside, .milliseconds = 9}),
+       response({.flow = inside, .milliseconds = 9})},
+      {query({.flow = outside}), query({.flow = inside, .pid = 512}),
+       response({.flow = inside, .milliseconds = 9}),
+       response({.flow = outside, .milliseconds = 9})},
+  };
+  for (const auto& texts : orders) {
+    Scene scene;
+    scene.feed(texts);
+    scene.expect({{512, 0}});
+  }
+  Scene scene;
+  scene.feed({query({.flow = outside}), response({.flow = outside, .milliseconds = 9}),
+              query({.flow = inside, .pid = 512}), response({.flow = inside, .milliseconds = 9})});
+  scene.expect({{0, 0}});
+}
+
+TEST(Exchange, SecondAskerWhomNobodyFoundIsAnotherOneAfterASecond) {
+  Scene scene;
+  const std::string other = "192.168.1.20;40002;192.168.1.1";
+  scene.feed({query({.pid = 512}), query({.flow = other, .milliseconds = 1001}),
+              response({.flow = other, .milliseconds = 1009}), response({.milliseconds = 1010})});
+  scene.expect({{0, 1}, {512, 0}});
+}
+
+TEST(Exchange, NameGivenBackInOtherLettersIsTheSame) {
+  Scene scene;
+  scene.feed({query({.question = "eXamPle.oRG", .pid = 512}),
+              response({.question = "example.org", .milliseconds = 9})});
+  scene.expect({{512, 0}});
+}
+
+TEST(Exchange, TruncatedResponseLetsTheExchangeGoOn) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), truncation({.milliseconds = 1}),
+              query({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 2}),
+              response({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 9})});
+  scene.expect({{512, 0}});
+}
+
+TEST(Exchange, ResponseToAnotherServersFailureCompletesTheEvent) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), failure({.milliseconds = 1}), response({.milliseconds = 9})});
+  scene.expect({{512, 0}});
+}
+
+TEST(Exchange, ResponseIsForgottenAfterAWhile) {
+  Scene scene;
+  scene.feed({response({}), response({.milliseconds = 30'000}), response({.milliseconds = 60'001}),
+              response({.milliseconds = 60'001 + 30'000})});
+  scene.expect({{0, 0}, {0, 2}});
+}
+
+TEST(Exchange, QueryWithAnswersOfItsOwnIsAnEventThatNothingElseCompletes) {
+  Scene scene;
+  scene.feed({query({.pid = 512}), text({}, "query", ",answer0!192.0.2.6;A;IN;60;example.org"),
+              response({.milliseconds = 9})});
+  scene.expect({{0, 1}, {512, 0}});
+}
+
+TEST(Exchange, InterfacesThatTellAtOnceMakeOneEventOfEachExchange) {
+  Scene scene;
+  constexpr int kExchanges = 300;
+  const auto feedInterface = [&](bool isNear) {
+    for (int id = 1; id <= kExchanges; ++id) {
+      scene.builder_.feed(query({.pid = isNear ? id : 0, .id = id}));
+      scene.builder_.feed(response({.milliseconds = 9, .id = id}));
+    }
+  };
+  {
+    std::vector<std::jthread> threads;
+    for (const bool isNear : {true, false, true, false})
+      threads.emplace_back(feedInterface, isNear);
+  }
+  std::set<std::int64_t> ids;
+  for (const auto& event : scene.packer_.events) ids.insert(event->dnsPacket->id);
+  EXPECT_EQ(scene.packer_.events.size(), std::size_t{kExchanges});
+  EXPECT_EQ(ids.size(), std::size_t{kExchanges});
+}
+
+}  // namespace
+}  // namespace tovi::test
