@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "core/PropertyList.h"
-#include "core/TypedValue.h"
 
 namespace tovi {
 
@@ -37,7 +36,9 @@ std::optional<std::filesystem::path> Bundle::resource(std::string_view name,
 }
 
 std::optional<std::string> Bundle::information(std::string_view key) const {
-  return typedValue<std::string>(information_, key);
+  const auto value = valueUnder(information_, key);
+  const auto* text = value ? std::get_if<std::string>(&value->value) : nullptr;
+  return text ? std::optional(*text) : std::nullopt;
 }
 
 std::optional<std::string> Bundle::identifier() const {

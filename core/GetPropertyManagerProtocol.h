@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/PropertyValue.h"
 
@@ -16,12 +17,22 @@ class GetPropertyManagerProtocol {
  public:
   virtual ~GetPropertyManagerProtocol() = default;
 
-  virtual std::optional<std::string> getString(std::string_view key) const = 0;
-  virtual std::optional<std::int64_t> getInt(std::string_view key) const = 0;
-  virtual std::optional<double> getDouble(std::string_view key) const = 0;
-  virtual std::optional<bool> getBool(std::string_view key) const = 0;
+  /// The value under the key, whatever its type.
+  virtual std::optional<PropertyValue> value(std::string_view key) const = 0;
   /// A copy of the whole dictionary.
   virtual PropertyDictionary getAll() const = 0;
+
+  std::optional<std::string> getString(std::string_view key) const { return get<std::string>(key); }
+  std::optional<std::int64_t> getInt(std::string_view key) const { return get<std::int64_t>(key); }
+  std::optional<double> getDouble(std::string_view key) const { return get<double>(key); }
+  std::optional<bool> getBool(std::string_view key) const { return get<bool>(key); }
+
+  template <typename T>
+  std::optional<T> get(std::string_view key) const {
+    auto stored = value(key);
+    T* typed = stored ? std::get_if<T>(&stored->value) : nullptr;
+    return typed ? std::optional<T>(std::move(*typed)) : std::nullopt;
+  }
 };
 
 }  // namespace tovi

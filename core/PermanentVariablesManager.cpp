@@ -3,19 +3,10 @@
 #include <limits>
 
 #include "core/ToviLog.h"
-#include "core/TypedValue.h"
 
 namespace tovi {
 
 namespace {
-
-template <typename T>
-std::optional<T> readValue(const FileProperties& properties, std::string_view key) {
-  std::optional<T> value;
-  properties.read(
-      [&](const PropertyDictionary& dictionary) { value = typedValue<T>(dictionary, key); });
-  return value;
-}
 
 PropertyValue incremented(const PropertyValue* present) {
   const auto* count = present ? std::get_if<std::int64_t>(&present->value) : nullptr;
@@ -29,20 +20,11 @@ PropertyValue incremented(const PropertyValue* present) {
 PermanentVariablesManager::PermanentVariablesManager(std::filesystem::path propertyList)
     : properties_(std::move(propertyList)) {}
 
-std::optional<std::string> PermanentVariablesManager::getString(std::string_view key) const {
-  return readValue<std::string>(properties_, key);
-}
-
-std::optional<std::int64_t> PermanentVariablesManager::getInt(std::string_view key) const {
-  return readValue<std::int64_t>(properties_, key);
-}
-
-std::optional<double> PermanentVariablesManager::getDouble(std::string_view key) const {
-  return readValue<double>(properties_, key);
-}
-
-std::optional<bool> PermanentVariablesManager::getBool(std::string_view key) const {
-  return readValue<bool>(properties_, key);
+std::optional<PropertyValue> PermanentVariablesManager::value(std::string_view key) const {
+  std::optional<PropertyValue> found;
+  properties_.read(
+      [&](const PropertyDictionary& dictionary) { found = valueUnder(dictionary, key); });
+  return found;
 }
 
 PropertyDictionary PermanentVariablesManager::getAll() const {

@@ -13,10 +13,7 @@ class PermanentVariablesManager : public SavePropertyManagerProtocol {
  public:
   explicit PermanentVariablesManager(std::filesystem::path propertyList);
 
-  std::optional<std::string> getString(std::string_view key) const override;
-  std::optional<std::int64_t> getInt(std::string_view key) const override;
-  std::optional<double> getDouble(std::string_view key) const override;
-  std::optional<bool> getBool(std::string_view key) const override;
+  std::optional<PropertyValue> value(std::string_view key) const override;
   PropertyDictionary getAll() const override;
 
   void save(std::string_view key, PropertyValue value) override;

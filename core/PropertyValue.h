@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -31,5 +33,13 @@ struct PropertyValue {
 };
 
 using PropertyDictionary = PropertyValue::Dictionary;
+
+/// The value under the key, if there is one.
+inline std::optional<PropertyValue> valueUnder(const PropertyDictionary& dictionary,
+                                               std::string_view key) {
+  const auto entry = dictionary.find(key);
+  if (entry == dictionary.end()) return std::nullopt;
+  return entry->second;
+}
 
 }  // namespace tovi

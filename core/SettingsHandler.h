@@ -14,10 +14,7 @@ class SettingsHandler : public GetPropertyManagerProtocol {
   /// Adds `entries`; for a key present in both, the new value wins.
   void merge(PropertyDictionary entries);
 
-  std::optional<std::string> getString(std::string_view key) const override;
-  std::optional<std::int64_t> getInt(std::string_view key) const override;
-  std::optional<double> getDouble(std::string_view key) const override;
-  std::optional<bool> getBool(std::string_view key) const override;
+  std::optional<PropertyValue> value(std::string_view key) const override;
   PropertyDictionary getAll() const override;
 
  private:

@@ -23,8 +23,6 @@ struct Host : TimeProviderProtocol,
               BundleProviderProtocol,
               SavePropertyManagerProtocol,
               UserInfoBuilderProtocol {
-  std::string currentTime() const override { return "2022-01-25T17:02:52Z"; }
-  std::string currentTime(std::string_view) const override { return currentTime(); }
   Date now() const override { return {}; }
   std::vector<std::string> localAddresses() override { return {"192.0.2.7"}; }
   std::map<std::string, std::string> userNames() override { return {}; }
@@ -32,10 +30,7 @@ struct Host : TimeProviderProtocol,
   std::string name() const override { return "desk"; }
   std::uint64_t revision() const override { return 0; }
   std::optional<std::string> shortVersion() const override { return "2.5.0"; }
-  std::optional<std::string> getString(std::string_view) const override { return std::nullopt; }
-  std::optional<std::int64_t> getInt(std::string_view) const override { return std::nullopt; }
-  std::optional<double> getDouble(std::string_view) const override { return std::nullopt; }
-  std::optional<bool> getBool(std::string_view) const override { return std::nullopt; }
+  std::optional<PropertyValue> value(std::string_view) const override { return std::nullopt; }
   PropertyDictionary getAll() const override { return {}; }
   void save(std::string_view, PropertyValue) override {}
   void increment(std::string_view) override {}

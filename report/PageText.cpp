@@ -1,6 +1,6 @@
 #include "report/PageText.h"
 
-#include "core/TimeProvider.h"
+#include "core/DateText.h"
 #include "toolkit/Figures.h"
 
 namespace tovi::report {

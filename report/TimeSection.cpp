@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/TimeProvider.h"
+#include "core/DateText.h"
 #include "report/BarChart.h"
 #include "report/PageParts.h"
 #include "report/PageText.h"

@@ -1,6 +1,6 @@
 #include "service/ServiceValues.h"
 
-#include "core/TimeProvider.h"
+#include "core/DateText.h"
 #include "core/Utf8.h"
 
 namespace tovi {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "core/TimeProvider.h"
+#include "core/DateText.h"
 #include "status/CheckedArithmetic.h"
 
 namespace tovi {

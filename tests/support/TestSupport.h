@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/TimeProvider.h"
+#include "core/TimeProviderProtocol.h"
 #include "platform/SystemLog.h"
 
 namespace tovi::test {
@@ -33,10 +33,6 @@ void writeFile(const std::filesystem::path& file, std::string_view contents);
 class ManualClock : public TimeProviderProtocol {
  public:
   void advance(double seconds);
-  std::string currentTime() const override { return internetDateTime(now()); }
-  std::string currentTime(std::string_view pattern) const override {
-    return formattedDate(now(), pattern);
-  }
   Date now() const override;
 
  private:

@@ -7,10 +7,7 @@ namespace tovi::replay {
 /// The variables of a run that keeps none: every key is absent, whatever was saved. Any thread.
 class NoVariables : public SavePropertyManagerProtocol {
  public:
-  std::optional<std::string> getString(std::string_view) const override { return std::nullopt; }
-  std::optional<std::int64_t> getInt(std::string_view) const override { return std::nullopt; }
-  std::optional<double> getDouble(std::string_view) const override { return std::nullopt; }
-  std::optional<bool> getBool(std::string_view) const override { return std::nullopt; }
+  std::optional<PropertyValue> value(std::string_view) const override { return std::nullopt; }
   PropertyDictionary getAll() const override { return {}; }
 
   void save(std::string_view, PropertyValue) override {}

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "core/TimeProvider.h"
-
 namespace tovi::replay {
 
 static constexpr Date kEarliest{};
@@ -15,14 +13,6 @@ void ReplayClock::set(Date now) {
 
 void ReplayClock::advance(double seconds) {
   now_ += std::chrono::round<Date::duration>(std::chrono::duration<double>(seconds));
-}
-
-std::string ReplayClock::currentTime() const {
-  return internetDateTime(now_);
-}
-
-std::string ReplayClock::currentTime(std::string_view pattern) const {
-  return formattedDate(now_, pattern);
 }
 
 Date ReplayClock::now() const {

@@ -12,8 +12,6 @@ class ReplayClock : public TimeProviderProtocol {
   void set(Date now);
   void advance(double seconds);
 
-  std::string currentTime() const override;
-  std::string currentTime(std::string_view pattern) const override;
   Date now() const override;
 
  private:

@@ -1,4 +1,4 @@
-#include "core/TimeProvider.h"
+#include "core/DateText.h"
 
 #include <algorithm>
 #include <array>
@@ -37,18 +37,6 @@ std::array<Field, 7> fieldsOf(Date date) {
 }
 
 }  // namespace
-
-std::string TimeProvider::currentTime() const {
-  return internetDateTime(now());
-}
-
-std::string TimeProvider::currentTime(std::string_view pattern) const {
-  return formattedDate(now(), pattern);
-}
-
-Date TimeProvider::now() const {
-  return std::chrono::system_clock::now();
-}
 
 // Thousands of events a second carry such a text.
 std::string internetDateTime(Date date) {
