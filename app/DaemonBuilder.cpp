@@ -1,6 +1,7 @@
 #include "app/DaemonBuilder.h"
 
 #include "core/PropertyList.h"
+#include "core/Settings.h"
 #include "platform/ChildProcess.h"
 #include "platform/HostFacts.h"
 #include "platform/Network.h"
@@ -25,11 +26,15 @@ std::filesystem::path permanentVariables(const Bundle& bundle) {
 PropertyDictionary deploymentSettings(const Bundle& bundle) {
   const auto file = bundle.resource("Settings", "plist");
   if (!file) return {};
+  const ToviLog logger(kCoreSubsystem, "DaemonBuilder");
   try {
-    return readPropertyList(*file);
+    auto entries = readPropertyList(*file);
+    for (const auto& fault : settingFaults(entries)) {
+      logger.error("DaemonBuilder()", "Settings.plist: ", fault);
+    }
+    return entries;
   } catch (const PropertyListError& error) {
-    ToviLog(kCoreSubsystem, "DaemonBuilder")
-        .error("DaemonBuilder()", "Settings.plist is left out: ", error.what());
+    logger.error("DaemonBuilder()", "Settings.plist is left out: ", error.what());
     return {};
   }
 }
@@ -85,7 +90,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       hardwareProvider_(executor_, platform::systemProfilerPath()),
       hostChanges_(loop),
       systemInfo_(hostFacts(hostChanges_), executor_, hardwareProvider_,
-                  propertyManager_.getInt("system_information_counter").value_or(10)),
+                  setting<std::int64_t>(propertyManager_, "system_information_counter")),
       userBuilder_(systemInfo_),
       coreData_(stateDirectory / "store", executor_, false),
       crypto_(permanentDataManager_),
@@ -93,7 +98,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       messagePersistence_(coreData_, timeProvider_, propertyManager_, variables_, deliveryHandler_,
                           crypto_, std::move(acknowledgement)),
       bundleProvider_(bundle.information("CFBundleShortVersionString")),
-      messageFilter_(propertyManager_.getInt("removal_memory_size").value_or(10000), timeProvider_,
+      messageFilter_(setting<std::int64_t>(propertyManager_, "removal_memory_size"), timeProvider_,
                      variables_),
       messagePacker_(variables_, messagePersistence_, timeProvider_, propertyManager_,
                      messageFilter_),
@@ -105,7 +110,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                      systemInfo_),
       statusKeeper_(propertyManager_, timeProvider_, variables_, messagePacker_, statusBuilder_,
                     daemon_, messageFilter_),
-      dnsMsgContainer_(propertyManager_.getInt("message_container_size").value_or(100)),
+      dnsMsgContainer_(setting<std::int64_t>(propertyManager_, "message_container_size")),
       messageBuilder_({.packer = messagePacker_,
                        .timeProvider = timeProvider_,
                        .systemProvider = systemInfo_,
@@ -114,7 +119,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                        .container = dnsMsgContainer_,
                        .userInfo = userBuilder_},
                       undesiredDomains(bundle)),
-      timeoutTimer_(propertyManager_.getDouble("check_packer_messages_timeout_sec").value_or(60.0)),
+      timeoutTimer_(setting<double>(propertyManager_, "check_packer_messages_timeout_sec")),
       interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }),
       statistics_({.capture = packetReceiver_,
                    .container = dnsMsgContainer_,

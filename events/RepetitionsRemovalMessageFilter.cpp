@@ -2,9 +2,11 @@
 
 #include <utility>
 
+#include "core/Settings.h"
+
 namespace tovi {
 
-static constexpr const char* kTimeoutKey = "removal_register_timeout";
+static constexpr SettingKey<double> kTimeout = "removal_register_timeout";
 
 RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
     std::int64_t memorySize, TimeProviderProtocol& timeProvider,
@@ -12,8 +14,7 @@ RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
     : timeProvider_(timeProvider),
       permanentVariable_(permanentVariable),
       cache_(memorySize),
-      registersTimeout_(permanentVariable.getDouble(kTimeoutKey).value_or(kDefaultTimeoutSeconds)) {
-}
+      registersTimeout_(setting(permanentVariable, kTimeout)) {}
 
 bool RepetitionsRemovalMessageFilter::filterResult(const std::string& key) {
   const auto now = timeProvider_.now();
@@ -33,7 +34,7 @@ void RepetitionsRemovalMessageFilter::setMessageTimeoutSec(double seconds) {
       serialQueue_.sync([&] { return std::exchange(registersTimeout_, seconds); });
   if (previous == seconds) return;
   logger_.debug("setMessageTimeoutSec(_:)", "Message timeout set to: ", seconds);
-  permanentVariable_.save(kTimeoutKey, PropertyValue{seconds});
+  permanentVariable_.save(kTimeout.name, PropertyValue{seconds});
 }
 
 }  // namespace tovi

@@ -19,8 +19,6 @@ namespace tovi {
 class RepetitionsRemovalMessageFilter : public MessageFilterProtocol,
                                         public FilterPropertiesProtocol {
  public:
-  static constexpr double kDefaultTimeoutSeconds = 300.0;
-
   /// Remembers at most `memorySize` names. The interval is the one last stored in
   /// `permanentVariable`, the default when there is none.
   RepetitionsRemovalMessageFilter(std::int64_t memorySize, TimeProviderProtocol& timeProvider,

@@ -2,15 +2,16 @@
 
 #include <limits>
 
+#include "core/Settings.h"
+
 namespace tovi {
 
 MessageDeliveryHandler::MessageDeliveryHandler(TimeProviderProtocol& timeProvider,
                                                const GetPropertyManagerProtocol& propertyManager)
     : timeProvider_(timeProvider),
-      waitTimeoutOnServerFail_(
-          propertyManager.getDouble("timeout_server_fails_sec").value_or(10.0)),
+      waitTimeoutOnServerFail_(setting<double>(propertyManager, "timeout_server_fails_sec")),
       waitReceivingServerFail_(
-          propertyManager.getDouble("timeout_receiving_server_fails_sec").value_or(1.0)),
+          setting<double>(propertyManager, "timeout_receiving_server_fails_sec")),
       lastDeliveryMessageDate_(timeProvider.now()),
       lastUpdateRetryDate_(lastDeliveryMessageDate_) {}
 

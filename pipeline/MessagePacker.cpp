@@ -2,10 +2,12 @@
 
 #include <utility>
 
+#include "core/Settings.h"
+
 namespace tovi {
 
-static constexpr const char* kBatchSizeKey = "dns_batch_size";
-static constexpr const char* kBatchDelayKey = "dns_batch_max_delay";
+static constexpr SettingKey<std::int64_t> kBatchSize = "dns_batch_size";
+static constexpr SettingKey<double> kBatchDelay = "dns_batch_max_delay";
 
 /// The name on which repetitions are recognised; null when the event asks nothing.
 static const std::string* questionName(const ToviDNSEvent& event) {
@@ -24,8 +26,8 @@ MessagePacker::MessagePacker(SavePropertyManagerProtocol& permanentVariable,
       timeProvider_(timeProvider),
       properties_(properties),
       filter_(filter),
-      batchSize_(permanentVariable.getInt(kBatchSizeKey).value_or(kDefaultBatchSize)),
-      timeOutSec_(permanentVariable.getDouble(kBatchDelayKey).value_or(kDefaultBatchDelaySeconds)),
+      batchSize_(setting(permanentVariable, kBatchSize)),
+      timeOutSec_(setting(permanentVariable, kBatchDelay)),
       previousMessageTimestamp_(timeProvider.now()) {}
 
 void MessagePacker::addMessage(ToviDNSEventPointer event) {
@@ -64,13 +66,13 @@ std::optional<DNSEvents> MessagePacker::takeBatchIfDue() {
 
 void MessagePacker::setBatchSize(std::int64_t events) {
   if (batchSize_.exchange(events) != events) {
-    permanentVariable_.save(kBatchSizeKey, PropertyValue{events});
+    permanentVariable_.save(kBatchSize.name, PropertyValue{events});
   }
 }
 
 void MessagePacker::setBatchDelay(double seconds) {
   if (timeOutSec_.exchange(seconds) != seconds) {
-    permanentVariable_.save(kBatchDelayKey, PropertyValue{seconds});
+    permanentVariable_.save(kBatchDelay.name, PropertyValue{seconds});
   }
 }
 

@@ -21,9 +21,6 @@ namespace tovi {
 /// it; the filter is called by one thread at a time. Any thread.
 class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetProtocol {
  public:
-  static constexpr std::int64_t kDefaultBatchSize = 20;
-  static constexpr double kDefaultBatchDelaySeconds = 50.0;
-
   /// Size and delay are those last stored in `permanentVariable`, the defaults when there are none.
   MessagePacker(SavePropertyManagerProtocol& permanentVariable,
                 MessagePersistenceProtocol& persistence, TimeProviderProtocol& timeProvider,

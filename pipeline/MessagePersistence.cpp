@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/Settings.h"
 #include "core/Utf8.h"
 #include "pipeline/SqliteError.h"
 
@@ -22,7 +23,7 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
       crypto_(crypto),
       acknowledgement_(std::move(acknowledgement)),
       updateStateOlderDeliveredMessagesTimeout_(
-          propertyManager.getDouble("delivered_timeout_sec").value_or(60.0)),
+          setting<double>(propertyManager, "delivered_timeout_sec")),
       context_(coreData.persistentContainer()),
       deliveryHandler_(deliveryHandler),
       waiting_(timeProvider) {}

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/Settings.h"
+
 namespace tovi {
 
 // Everything but the unreserved characters of RFC 3986, section 2.3.
@@ -57,9 +59,8 @@ SparkleUrlBuilder::SparkleUrlBuilder(HardwareInformationManager& hardware,
   }
   addItem(query, "appVersionShort", bundle.shortVersion());
   auto base = feedUrl.value_or("https://" + updateHost + "/sparkle/MacAgentArm/stable/appcast.xml");
-  if (const auto channel = settings.getString("sparkle_channel")) {
-    base = replacingAll(base, "stable", *channel);
-  }
+  static constexpr SettingKey<std::string_view> kChannel = "sparkle_channel";
+  base = replacingAll(base, kChannel.defaultValue, setting(settings, kChannel));
   sparkleUrl_ = withQuery(base, query);
 }
 

@@ -38,15 +38,15 @@ std::string StatusBuilder::buildStatusMessage() {
 
 AgentSettings StatusBuilder::settings() const {
   AgentSettings settings;
-  settings.dnsBatchMaxDelaySeconds = truncatedVariable("dns_batch_max_delay", 50.0);
-  settings.dnsBatchSize = variables_.getInt("dns_batch_size").value_or(20);
-  settings.pollingIntervalMinutes = truncatedVariable("polling_interval_seconds", 900.0) / 60;
-  settings.messageTimeoutSeconds = truncatedVariable("removal_register_timeout", 300.0);
+  settings.dnsBatchMaxDelaySeconds = truncatedSetting("dns_batch_max_delay");
+  settings.dnsBatchSize = setting<std::int64_t>(variables_, "dns_batch_size");
+  settings.pollingIntervalMinutes = truncatedSetting("polling_interval_seconds") / 60;
+  settings.messageTimeoutSeconds = truncatedSetting("removal_register_timeout");
   return settings;
 }
 
-std::int64_t StatusBuilder::truncatedVariable(std::string_view key, double fallback) const {
-  return truncated(variables_.getDouble(key).value_or(fallback), key);
+std::int64_t StatusBuilder::truncatedSetting(SettingKey<double> key) const {
+  return truncated(setting(variables_, key), key.name);
 }
 
 namespace {

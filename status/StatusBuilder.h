@@ -2,6 +2,7 @@
 
 #include "core/GetPropertyManagerProtocol.h"
 #include "core/SavePropertyManagerProtocol.h"
+#include "core/Settings.h"
 #include "core/StatusDaemonProtocol.h"
 #include "core/TimeProviderProtocol.h"
 #include "events/BundleProviderProtocol.h"
@@ -28,7 +29,7 @@ class StatusBuilder : public StatusMessageProtocol {
 
  private:
   AgentSettings settings() const;
-  std::int64_t truncatedVariable(std::string_view key, double fallback) const;
+  std::int64_t truncatedSetting(SettingKey<double> key) const;
   AgentStats stats() const;
 
   const BundleProviderProtocol& bundleProvider_;

@@ -1,9 +1,12 @@
 #include "status/StatusKeeper.h"
 
+#include "core/Settings.h"
 #include "status/CheckedArithmetic.h"
 #include "status/StatusResponse.h"
 
 namespace tovi {
+
+static constexpr SettingKey<double> kPollingInterval = "polling_interval_seconds";
 
 StatusKeeper::StatusKeeper(const GetPropertyManagerProtocol& propertyManager,
                            const TimeProviderProtocol& timeProvider,
@@ -17,11 +20,11 @@ StatusKeeper::StatusKeeper(const GetPropertyManagerProtocol& propertyManager,
       statusBuilder_(statusBuilder),
       daemonState_(daemonState),
       filter_(filter),
-      resentStatusTimeOutSec_(propertyManager.getDouble("resend_status_timeout_sec").value_or(60)),
-      resendToleranceSec_(propertyManager.getDouble("send_status_tolerance_sec").value_or(10)),
-      failuresToDisable_(propertyManager.getInt("failures_to_disable").value_or(2)),
-      failuresToDeactive_(propertyManager.getInt("failures_to_deactive").value_or(288)),
-      deliveryStatusTimeOutSec_(variables.getDouble("polling_interval_seconds").value_or(900)),
+      resentStatusTimeOutSec_(setting<double>(propertyManager, "resend_status_timeout_sec")),
+      resendToleranceSec_(setting<double>(propertyManager, "send_status_tolerance_sec")),
+      failuresToDisable_(setting<std::int64_t>(propertyManager, "failures_to_disable")),
+      failuresToDeactive_(setting<std::int64_t>(propertyManager, "failures_to_deactive")),
+      deliveryStatusTimeOutSec_(setting(variables, kPollingInterval)),
       retriesCount_(variables.getInt("status_delivery_retry").value_or(0)) {
   buildAndStore();
 }
@@ -115,7 +118,7 @@ std::string StatusKeeper::handleStatusResponse(const std::optional<std::string>&
 
 void StatusKeeper::setPollingInterval(std::int64_t minutes) {
   const auto seconds = static_cast<double>(multiplied(minutes, 60, "polling_interval_minutes"));
-  variables_.save("polling_interval_seconds", PropertyValue{seconds});
+  variables_.save(kPollingInterval.name, PropertyValue{seconds});
   deliveryStatusTimeOutSec_ = seconds;
 }
 

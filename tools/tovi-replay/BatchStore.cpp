@@ -22,7 +22,7 @@ BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, Repla
       packer_(variables_, batches_, clock, settings_, filter_) {
   checkKey();
   repetitions_.setMessageTimeoutSec(
-      options.repetitionInterval.value_or(repetitions_.kDefaultTimeoutSeconds));
+      options.repetitionInterval.value_or(defaultSetting<double>("removal_register_timeout")));
   packer_.setBatchSize(options.batchSize);
 }
 
@@ -44,7 +44,7 @@ void BatchStore::begin() {
 }
 
 void BatchStore::finish() {
-  clock_.advance(packer_.kDefaultBatchDelaySeconds);
+  clock_.advance(defaultSetting<double>("dns_batch_max_delay"));
   packer_.closeBatchIfDue();
   persistence_.waitUntilSaved();
 }

@@ -6,14 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "core/Settings.h"
 #include "formats/EventFormat.h"
-#include "pipeline/MessagePacker.h"
 
 namespace tovi::replay {
 
 /// How many names the repetition filter keeps: as many as the daemon's unless that is told
 /// otherwise.
-inline constexpr std::int64_t kRememberedNames = 10000;
+inline constexpr std::int64_t kRememberedNames =
+    defaultSetting<std::int64_t>("removal_memory_size");
 
 struct ReplayOptions {
   enum class Output { records, events, store, report };
@@ -26,7 +27,7 @@ struct ReplayOptions {
   std::filesystem::path reportFile;
   /// Seconds.
   std::optional<double> repetitionInterval;
-  std::int64_t batchSize = MessagePacker::kDefaultBatchSize;
+  std::int64_t batchSize = defaultSetting<std::int64_t>("dns_batch_size");
   std::string collectorHost;
   bool quiet = false;
   std::vector<std::filesystem::path> files;
