@@ -5,7 +5,6 @@
 #include "platform/ChildProcess.h"
 #include "platform/HostFacts.h"
 #include "platform/Network.h"
-#include "platform/ProcessLookup.h"
 #include "status/SparkleUrlBuilder.h"
 
 namespace tovi {
@@ -103,7 +102,8 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       messagePacker_(variables_, messagePersistence_, timeProvider_, propertyManager_,
                      messageFilter_),
       recentActivity_(timeProvider_),
-      packetReceiver_(platform::makeProcessLookup(bundle.information("ToviProcessLookup")),
+      processFinder_(bundle.information("ToviProcessLookup")),
+      packetReceiver_([this](const auto& query) { return processFinder_.find(query); },
                       &recentActivity_),
       daemon_(permanentDataManager_, messagePersistence_, packetReceiver_),
       statusBuilder_(bundleProvider_, timeProvider_, variables_, daemon_, propertyManager_,

@@ -28,6 +28,7 @@
 #include "pipeline/MessagePersistence.h"
 #include "platform/HostChanges.h"
 #include "platform/MainLoop.h"
+#include "platform/ProcessLookup.h"
 #include "service/ToviAgentXPC.h"
 #include "status/BundleInfoProvider.h"
 #include "status/HardwareInformationManager.h"
@@ -89,6 +90,7 @@ class DaemonBuilder {
   RepetitionsRemovalMessageFilter messageFilter_;
   MessagePacker messagePacker_;
   RecentActivity recentActivity_;
+  platform::ProcessFinder processFinder_;
   PacketReceiver packetReceiver_;
   DaemonToviAgent daemon_;
   StatusBuilder statusBuilder_;

@@ -72,8 +72,10 @@ struct PacketHandler::State {
 
   platform::QuerySender senderOf(const MessageOrigin& origin, const DnsHeader& header) {
     if (origin.flow.sourcePort == kDnsPort) return {};
-    return collaborators.processLookup(
-        {.flow = origin.flow, .transport = origin.transport, .identifier = header.id});
+    return collaborators.processLookup({.flow = origin.flow,
+                                        .transport = origin.transport,
+                                        .identifier = header.id,
+                                        .time = origin.time});
   }
 
   void observe(const MessageOrigin& origin, const DnsHeader& header, std::string_view processes) {

@@ -9,6 +9,7 @@ pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
 pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(ncurses REQUIRED IMPORTED_TARGET ncursesw)
+pkg_check_modules(bpf REQUIRED IMPORTED_TARGET libbpf)
 pkg_check_modules(zlib REQUIRED IMPORTED_TARGET zlib)
 
 # libplist 2.3 and later keeps the sign of an integer apart from its bits.

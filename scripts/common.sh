@@ -7,7 +7,7 @@ say() { printf '%s\n' "tovi: $*" >&2; }
 fail() { say "$*"; exit 1; }
 
 build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsystemd-dev
-                libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev libncurses-dev)
+                libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev libncurses-dev libbpf-dev)
 run_packages=(dbus-daemon lsof dnsmasq-base)
 run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with; the browser opens reports.
@@ -17,6 +17,8 @@ test_packages=(libgtest-dev chromium-headless-shell dbus-daemon lsof python3-jso
 bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python3 systemd time
                 valgrind)
 package_packages=(dpkg-dev file)
+# For the programs in the kernel, whose object is kept in the repository.
+kernel_packages=(clang-16 bpftool libbpf-dev)
 # Older releases of clang cannot build all of the sources.
 fuzz_packages=(clang-16 libclang-rt-16-dev)
 check_packages=(git clang-format)

@@ -77,10 +77,11 @@ class Report {
 
 int main(int argumentCount, char** arguments) {
   if (argumentCount != 2) {
-    std::fprintf(stderr, "usage: %s native|lsof\n", arguments[0]);
+    std::fprintf(stderr, "usage: %s kernel|search|lsof\n", arguments[0]);
     return 2;
   }
-  Report report(tovi::platform::makeProcessLookup(arguments[1]), if_nametoindex("lo"));
+  tovi::platform::ProcessFinder finder(arguments[1]);
+  Report report([&](const auto& query) { return finder.find(query); }, if_nametoindex("lo"));
   tovi::Tally dropped;
   tovi::CaptureDevice device(
       "lo", true, [&](const auto& frame) { report.onFrame(frame); }, dropped);

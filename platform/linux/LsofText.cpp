@@ -41,6 +41,10 @@ std::string endText(const Address& address, std::uint16_t port, const ServiceNam
   return hostText(address) + ":" + services.name(port);
 }
 
+std::string descriptorText(int descriptor) {
+  return descriptor == SocketOwner::kUnknownDescriptor ? "unk " : std::to_string(descriptor) + "u ";
+}
+
 // The states that a socket can be in while a process holds it (RFC 9293, section 3.3.2).
 std::string stateText(const TableSocket& socket) {
   if (socket.transport != Transport::tcp) return {};
@@ -93,7 +97,7 @@ std::string lsofText(const TableSocket& socket, std::span<const NamedOwner> owne
   const bool isTcp = socket.transport == Transport::tcp;
   for (const auto& [owner, processName, userName] : owners) {
     rows.push_back({lsofCommand(processName), std::to_string(owner.process), userName,
-                    std::to_string(owner.descriptor) + "u ", socket.isIpv6 ? "IPv6" : "IPv4",
+                    descriptorText(owner.descriptor), socket.isIpv6 ? "IPv6" : "IPv4",
                     std::to_string(socket.inode), "0t0", isTcp ? "TCP" : "UDP",
                     nameOf(socket, services)});
   }

@@ -241,8 +241,8 @@ TEST_F(ProcessLookupTest, OnlyTheSocketOfTheFlowCounts) {
 TEST_F(ProcessLookupTest, LsofFindsByThePortAlone) {
   const Asker connected = Asker().connectTo(kOwn);
   const auto elsewhere = connected.datagram("::ffff:192.0.2.1", "::ffff:192.0.2.2");
-  EXPECT_TRUE(makeProcessLookup("lsof")(elsewhere).rows.starts_with("COMMAND"));
-  EXPECT_EQ(makeProcessLookup("other")(elsewhere).rows, "");
+  EXPECT_TRUE(ProcessFinder("lsof").find(elsewhere).rows.starts_with("COMMAND"));
+  EXPECT_EQ(ProcessFinder("search").find(elsewhere).rows, "");
 }
 
 TEST_F(ProcessLookupTest, DescriptorThatBecameAnotherNamesNobody) {
