@@ -43,7 +43,8 @@ inline constexpr Setting kSettings[] = {
     {"dns_batch_size", std::int64_t{20}, "events", SetBy::Collector},
     // MessagePersistence
     {"delivered_timeout_sec", 60.0, "seconds", SetBy::Deployment},
-    // RepetitionsRemovalMessageFilter, and StatusBuilder for the second
+    // RepetitionsRemovalMessageFilter, and StatusBuilder for the last
+    {"removal_by_process", false, "-", SetBy::Deployment},
     {"removal_memory_size", std::int64_t{10000}, "names", SetBy::Deployment},
     {"removal_register_timeout", 300.0, "seconds", SetBy::Collector},
     // SparkleUrlBuilder

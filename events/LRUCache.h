@@ -10,7 +10,7 @@ namespace tovi {
 
 /// A map of bounded size that gives up its least recently used entry for a new one. Every operation
 /// takes constant time. One thread at a time.
-template <typename Key, typename Value>
+template <typename Key, typename Value, typename Hash = std::hash<Key>>
 class LRUCache {
  public:
   /// With a `maxSize` of 0 or less, nothing is remembered.
@@ -52,7 +52,7 @@ class LRUCache {
   /// The keys are those of the map.
   using UseOrder = LinkedList<std::pair<const Key&, Value>>;
   using Node = typename UseOrder::Node;
-  using Elements = std::unordered_map<Key, Node>;
+  using Elements = std::unordered_map<Key, Node, Hash>;
 
   bool add(const Key& key, Value value) {
     const bool isFull = std::ssize(elements_) >= maxSize_;
@@ -71,9 +71,9 @@ class LRUCache {
     return elements_.insert(std::move(element)).position;
   }
 
-  /// Most recently used first.
-  UseOrder lastAccessOrder_;
   Elements elements_;
+  /// Most recently used first. It goes before the nodes that it links.
+  UseOrder lastAccessOrder_;
   const std::int64_t maxSize_;
 };
 

@@ -10,13 +10,16 @@ static constexpr SettingKey<double> kTimeout = "removal_register_timeout";
 
 RepetitionsRemovalMessageFilter::RepetitionsRemovalMessageFilter(
     std::int64_t memorySize, TimeProviderProtocol& timeProvider,
-    SavePropertyManagerProtocol& permanentVariable)
+    SavePropertyManagerProtocol& permanentVariable, bool byProcess)
     : timeProvider_(timeProvider),
       permanentVariable_(permanentVariable),
+      byProcess_(byProcess),
       cache_(memorySize),
       registersTimeout_(setting(permanentVariable, kTimeout)) {}
 
-bool RepetitionsRemovalMessageFilter::filterResult(const std::string& key) {
+bool RepetitionsRemovalMessageFilter::filterResult(const std::string& name,
+                                                   const std::string& process) {
+  const Key key{name, byProcess_ ? process : std::string()};
   const auto now = timeProvider_.now();
   Date* const last = cache_.get(key);
   if (!last) {
@@ -27,6 +30,11 @@ bool RepetitionsRemovalMessageFilter::filterResult(const std::string& key) {
   if (secondsBetween(*last, now) < timeout) return false;
   *last = now;
   return true;
+}
+
+std::size_t RepetitionsRemovalMessageFilter::Hash::operator()(const Key& key) const {
+  const std::hash<std::string> hash;
+  return hash(key.name) * 31 + hash(key.process);
 }
 
 void RepetitionsRemovalMessageFilter::setMessageTimeoutSec(double seconds) {

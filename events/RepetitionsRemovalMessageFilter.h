@@ -20,11 +20,14 @@ class RepetitionsRemovalMessageFilter : public MessageFilterProtocol,
                                         public FilterPropertiesProtocol {
  public:
   /// Remembers at most `memorySize` names. The interval is the one last stored in
-  /// `permanentVariable`, the default when there is none.
+  /// `permanentVariable`, the default when there is none. With `byProcess`, a name is another one
+  /// for each process that asks for it: else the query that a resolver on this machine sends on,
+  /// which is answered first, would hide the one of the program that asked the resolver.
   RepetitionsRemovalMessageFilter(std::int64_t memorySize, TimeProviderProtocol& timeProvider,
-                                  SavePropertyManagerProtocol& permanentVariable);
+                                  SavePropertyManagerProtocol& permanentVariable,
+                                  bool byProcess = false);
 
-  bool filterResult(const std::string& key) override;
+  bool filterResult(const std::string& name, const std::string& process) override;
   /// Stores the interval, so that it survives a restart; an equal one does nothing.
   void setMessageTimeoutSec(double seconds) override;
 
@@ -33,8 +36,20 @@ class RepetitionsRemovalMessageFilter : public MessageFilterProtocol,
   TimeProviderProtocol& timeProvider_;
   SavePropertyManagerProtocol& permanentVariable_;
 
+  struct Key {
+    std::string name;
+    /// Empty unless processes are told apart.
+    std::string process;
+    bool operator==(const Key&) const = default;
+  };
+  struct Hash {
+    std::size_t operator()(const Key& key) const;
+  };
+
+  const bool byProcess_;
+
   /// When each name was last let through; only for the caller of `filterResult`.
-  LRUCache<std::string, Date> cache_;
+  LRUCache<Key, Date, Hash> cache_;
 
   /// Seconds; only on the queue.
   double registersTimeout_;

@@ -30,6 +30,11 @@ MessagePacker::MessagePacker(SavePropertyManagerProtocol& permanentVariable,
       timeOutSec_(setting(permanentVariable, kBatchDelay)),
       previousMessageTimestamp_(timeProvider.now()) {}
 
+/// Empty when unknown.
+static std::string processName(const ToviDNSEvent& event) {
+  return event.process ? event.process->name.value_or("") : "";
+}
+
 void MessagePacker::addMessage(ToviDNSEventPointer event) {
   permanentVariable_.increment("dns_events_count");
   store(serialQueue_.sync([&] {
@@ -41,7 +46,7 @@ void MessagePacker::addMessage(ToviDNSEventPointer event) {
 void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
   const auto* name = questionName(*event);
   if (!name) return;
-  if (!filter_.filterResult(*name)) return repeated_.add();
+  if (!filter_.filterResult(*name, processName(*event))) return repeated_.add();
   messageContainer_.push_back(std::move(event));
 }
 

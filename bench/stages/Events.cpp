@@ -29,7 +29,7 @@ static void filterRepetitions(benchmark::State& state) {
   Measurement measurement(state, "event", events.size());
   for (auto pass : state) {
     for (const auto& event : events) {
-      benchmark::DoNotOptimize(filter.filterResult(*event->dnsPacket->question->name));
+      benchmark::DoNotOptimize(filter.filterResult(*event->dnsPacket->question->name, ""));
     }
   }
 }

@@ -11,7 +11,7 @@ class RepetitionFilter : public testing::Test {
  protected:
   bool keptAfter(double seconds, const std::string& name = "example.org") {
     clock_.advance(seconds);
-    return filter_.filterResult(name);
+    return filter_.filterResult(name, "curl");
   }
 
   TemporaryDirectory directory_;
@@ -35,6 +35,17 @@ TEST_F(RepetitionFilter, EvictedNameIsNew) {
   EXPECT_TRUE(keptAfter(0, "a"));
 }
 
+TEST_F(RepetitionFilter, NameIsAnotherForEachProcessOnlyWhereThatIsWanted) {
+  for (const bool byProcess : {false, true}) {
+    RepetitionsRemovalMessageFilter filter(9, clock_, variables_, byProcess);
+    EXPECT_TRUE(filter.filterResult("a", "dnsmasq"));
+    EXPECT_EQ(filter.filterResult("a", "dig"), byProcess);
+    EXPECT_EQ(filter.filterResult("a", ""), byProcess);
+    EXPECT_FALSE(filter.filterResult("a", "dig"));
+    EXPECT_TRUE(filter.filterResult("b", "dig"));
+  }
+}
+
 TEST_F(RepetitionFilter, NewIntervalHoldsAtOnceAndAfterARestart) {
   EXPECT_TRUE(keptAfter(0));
   filter_.setMessageTimeoutSec(10);
@@ -42,9 +53,9 @@ TEST_F(RepetitionFilter, NewIntervalHoldsAtOnceAndAfterARestart) {
   EXPECT_TRUE(keptAfter(10));
 
   RepetitionsRemovalMessageFilter restarted(2, clock_, variables_);
-  EXPECT_TRUE(restarted.filterResult("a"));
+  EXPECT_TRUE(restarted.filterResult("a", ""));
   clock_.advance(10);
-  EXPECT_TRUE(restarted.filterResult("a"));
+  EXPECT_TRUE(restarted.filterResult("a", ""));
 }
 
 TEST_F(RepetitionFilter, PresentIntervalChangesNothing) {

@@ -18,7 +18,9 @@ struct CollectingStore : MessagePersistenceProtocol {
 };
 
 struct NameRefusingFilter : MessageFilterProtocol {
-  bool filterResult(const std::string& key) override { return key != "repeated"; }
+  bool filterResult(const std::string& name, const std::string& process) override {
+    return name != "repeated" && process != "repeater";
+  }
 };
 
 class Packer : public Pipeline {
@@ -67,8 +69,11 @@ TEST_F(Packer, ClockJumpsLoseNothingAndHoldBackOnlyWhatIsNoFullBatch) {
 TEST_F(Packer, EveryOfferedEventCountsButOnlyNewOnesArePacked) {
   add(1, "repeated");
   packer_.addMessage(std::make_shared<const ToviDNSEvent>());
+  ToviDNSEvent repeated = *eventNamed("a");
+  repeated.process = EventProcess{5, "repeater", "root"};
+  packer_.addMessage(std::make_shared<const ToviDNSEvent>(repeated));
   EXPECT_EQ(batchesAfter(50), 0u);
-  EXPECT_EQ(variables_.getInt("dns_events_count"), 2);
+  EXPECT_EQ(variables_.getInt("dns_events_count"), 3);
 }
 
 TEST_F(Packer, OnlyChangedSettingsAreStored) {

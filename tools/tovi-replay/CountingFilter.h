@@ -9,7 +9,7 @@ namespace tovi::replay {
 class CountingFilter : public MessageFilterProtocol {
  public:
   CountingFilter(MessageFilterProtocol& filter, ReplayCounts& counts);
-  bool filterResult(const std::string& key) override;
+  bool filterResult(const std::string& name, const std::string& process) override;
 
  private:
   MessageFilterProtocol& filter_;

@@ -15,7 +15,7 @@ FilteredEvents::FilteredEvents(ReplayCounts& counts, TimeProviderProtocol& clock
 
 void FilteredEvents::addMessage(ToviDNSEventPointer event) {
   ++counts_.events;
-  if (filters_ && !filter_.filterResult(*event->dnsPacket->question->name)) return;
+  if (filters_ && !filter_.filterResult(*event->dnsPacket->question->name, "")) return;
   take_(*event);
 }
 
