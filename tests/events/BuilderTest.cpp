@@ -121,9 +121,13 @@ TEST_F(Builder, EscapesStayAndMalformedAnswersAndFlagsAreLeftOut) {
                 "answer2!x;y;TXT;IN;1;a,flags!0;1;0;0;1,opcode!3");
   EXPECT_EQ(log_.count("Cant get answers"), 2);
   EXPECT_EQ(log_.count("Cant get flags"), 1);
-  const DnsPacket packet{
-      8,   "UNKNOWN", {}, Query{"A", R"(a\044b)", "IN"}, {}, {{{"a", "TXT", "IN", {}, R"(\033)"}}},
-      {{}}};
+  const DnsPacket packet{8,
+                         "UNKNOWN",
+                         {},
+                         Query{"A", R"(a\044b)", "IN"},
+                         {},
+                         {{{"a", "TXT", "IN", {}, R"(\033)"}}},
+                         std::vector<std::string>()};
   EXPECT_EQ(onlyPacket(), packet);
 }
 
