@@ -19,8 +19,9 @@ bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python
 package_packages=(dpkg-dev file)
 # For the programs in the kernel, whose object is kept in the repository.
 kernel_packages=(clang-16 bpftool libbpf-dev)
-# Older releases of clang cannot build all of the sources.
-fuzz_packages=(clang-16 libclang-rt-16-dev)
+# Older releases of clang cannot build all of the sources; which newer ones there are differs between
+# the releases of Debian.
+clang_versions=(16 19)
 check_packages=(git clang-format)
 
 as_root() {
@@ -44,6 +45,17 @@ install() {
            as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
              --no-install-recommends "${missing[@]}"; } 2>&1 </dev/null) ||
     { printf '%s\n' "$log" | tail -n 15 >&2; fail "apt-get could not install them; see above"; }
+}
+
+# The first version of clang that is installed or that this release has.
+clang_version() {
+  local version
+  for version in "${clang_versions[@]}"; do
+    if command -v "clang++-$version" >/dev/null || apt-cache show "clang-$version" >/dev/null 2>&1
+    then printf '%s\n' "$version"; return
+    fi
+  done
+  fail "neither of clang ${clang_versions[*]} can be had here; is apt-get update needed?"
 }
 
 # build PRESET [TARGET...]: configures and builds one preset of CMakePresets.json.
