@@ -9,7 +9,7 @@ fail() { say "$*"; exit 1; }
 build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsystemd-dev
                 libsqlite3-dev libsodium-dev libplist-dev nlohmann-json3-dev zlib1g-dev libncurses-dev libbpf-dev)
 run_packages=(dbus-daemon lsof dnsmasq-base)
-run_targets=(ToviDaemon tovictl tovi-system-profiler tovi-directory)
+run_targets=(ToviDaemon tovictl tovi-attach tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with; the browser opens reports.
 test_packages=(libgtest-dev chromium-headless-shell dbus-daemon lsof python3-jsonschema python3-pyte
                systemd)
