@@ -47,9 +47,9 @@ void MessagePersistence::saveWaitingMessages() {
   saveDataChanges();
 }
 
-void MessagePersistence::waitUntilSaved() {
+bool MessagePersistence::waitUntilSaved() {
   pacer_.hurry();
-  serialQueue_.sync([this] { saveDataChanges(); });
+  return serialQueue_.sync([this] { return saveDataChanges(); });
 }
 
 std::optional<std::uint64_t> MessagePersistence::waiting() try {
@@ -192,13 +192,13 @@ void MessagePersistence::deleteDeliveryMessages(const std::string& id) {
   }
 }
 
-void MessagePersistence::saveDataChanges() {
-  try {
-    save();
-  } catch (const SqliteError& error) {
-    logger_.error("saveDataChanges()", "Error: ", error.what());
-    keepNewestWaiting(kMostWaitingBytes);
-  }
+bool MessagePersistence::saveDataChanges() try {
+  save();
+  return true;
+} catch (const SqliteError& error) {
+  logger_.error("saveDataChanges()", "Error: ", error.what());
+  keepNewestWaiting(kMostWaitingBytes);
+  return false;
 }
 
 void MessagePersistence::save() {

@@ -73,8 +73,9 @@ class MessagePersistence : public MessagePersistenceProtocol {
   /// cannot be read, which is logged.
   std::optional<std::uint64_t> waiting();
 
-  /// Returns once every batch given before is committed, or its failure is logged.
-  void waitUntilSaved();
+  /// Returns once every batch given before is committed or given up, or, with false, waits for a
+  /// store that cannot be written to, which is logged.
+  bool waitUntilSaved();
 
  private:
   using Texts = std::map<std::string, std::string>;
@@ -93,7 +94,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   void checkOlderDeliveredMessages();
   Records makeFilteredFetch(const std::function<Records()>& fetch);
   void deleteDeliveryMessages(const std::string& id);
-  void saveDataChanges();
+  bool saveDataChanges();
   void save();
   std::size_t insert(const std::deque<WaitingBatches::Batch>& batches);
   void keepNewestWaiting(std::size_t bytes);

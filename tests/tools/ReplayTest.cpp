@@ -39,8 +39,8 @@ class Replay : public Pipeline {
   int replay(std::string arguments) {
     const auto place = arguments.find("%s");
     if (place != arguments.npos) arguments.replace(place, 2, directory_ / "a.pcap");
-    const auto command =
-        "cd " + directory_.path().string() + " && " TOVI_REPLAY " >out 2>err " + arguments;
+    const auto command = "cd " + directory_.path().string() + " && " + limits_ +
+                         TOVI_REPLAY " >out 2>err " + arguments;
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
@@ -57,6 +57,7 @@ class Replay : public Pipeline {
       R"("ttl":300,"data":"192.0.2.1"}],"queried_servers":[]}})"
       "\n";
   Capture capture_;
+  std::string limits_;
 };
 
 TEST_F(Replay, SameCaptureGivesTheSameBytes) {
@@ -161,6 +162,17 @@ TEST_F(Replay, DamagedStoreIsLeftAsItIs) {
   writeFile(file, "no database");
   EXPECT_EQ(replay("--store . %s"), 1);
   EXPECT_EQ(readFile(file), "no database");
+}
+
+TEST_F(Replay, BatchThatCannotBeWrittenFailsTheRun) {
+  for (unsigned id = 8; id < 600; ++id) capture_.addExchange(id, "name" + std::to_string(id));
+  writeCapture(capture_.bytes);
+  EXPECT_EQ(replay("--store whole %s"), 0) << errors();
+  // Files of 128 KiB hold an empty store, and not thirty batches.
+  limits_ = "trap '' XFSZ; ulimit -f 256; ";
+  EXPECT_EQ(replay("--store cut %s"), 1) << errors();
+  EXPECT_NE(errors().find("593 events"), std::string::npos) << errors();
+  EXPECT_EQ(errors().find(" 30 batches"), std::string::npos) << errors();
 }
 
 }  // namespace

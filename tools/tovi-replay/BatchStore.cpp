@@ -16,10 +16,8 @@ BatchStore::BatchStore(const ReplayOptions& options, ReplayCounts& counts, Repla
       coreData_(directory_ / "store"),
       deliveryHandler_(clock, settings_),
       persistence_(coreData_, clock, settings_, variables_, deliveryHandler_, protector_),
-      batches_(persistence_, counts),
       repetitions_(kRememberedNames, clock, variables_),
-      filter_(repetitions_, counts),
-      packer_(variables_, batches_, clock, settings_, filter_) {
+      packer_(variables_, persistence_, clock, settings_, repetitions_) {
   checkKey();
   repetitions_.setMessageTimeoutSec(
       options.repetitionInterval.value_or(defaultSetting<double>("removal_register_timeout")));
@@ -43,10 +41,13 @@ void BatchStore::begin() {
   packer_.closeBatchIfDue();
 }
 
-void BatchStore::finish() {
+bool BatchStore::finish() {
   clock_.advance(defaultSetting<double>("dns_batch_max_delay"));
   packer_.closeBatchIfDue();
-  persistence_.waitUntilSaved();
+  const bool isSaved = persistence_.waitUntilSaved();
+  counts_.repetitions = packer_.repeated().count();
+  counts_.batches = persistence_.stored().count();
+  return isSaved && persistence_.dropped().count() == 0;
 }
 
 }  // namespace tovi::replay

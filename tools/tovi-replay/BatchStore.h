@@ -8,11 +8,10 @@
 #include "pipeline/MessageDeliveryHandler.h"
 #include "pipeline/MessagePacker.h"
 #include "pipeline/MessagePersistence.h"
-#include "tovi-replay/CountingFilter.h"
-#include "tovi-replay/CountingPersistence.h"
 #include "tovi-replay/EventDestination.h"
 #include "tovi-replay/NoVariables.h"
 #include "tovi-replay/ReplayClock.h"
+#include "tovi-replay/ReplayCounts.h"
 #include "tovi-replay/ReplayOptions.h"
 
 namespace tovi::replay {
@@ -27,7 +26,7 @@ class BatchStore : public EventDestination {
 
   void addMessage(ToviDNSEventPointer event) override;
   void begin() override;
-  void finish() override;
+  bool finish() override;
 
  private:
   void checkKey() const;
@@ -42,9 +41,7 @@ class BatchStore : public EventDestination {
   CoreDataManager coreData_;
   MessageDeliveryHandler deliveryHandler_;
   MessagePersistence persistence_;
-  CountingPersistence batches_;
   RepetitionsRemovalMessageFilter repetitions_;
-  CountingFilter filter_;
   MessagePacker packer_;
 };
 

@@ -9,8 +9,9 @@ class EventDestination : public MessagePackerProtocol {
  public:
   /// The clock now shows the time of the first packet.
   virtual void begin() = 0;
-  /// The last packet was replayed. May move the clock.
-  virtual void finish() = 0;
+  /// The last packet was replayed. May move the clock. False when some events could not be kept,
+  /// which was logged.
+  virtual bool finish() = 0;
 };
 
 }  // namespace tovi::replay

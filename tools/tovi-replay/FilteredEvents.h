@@ -1,11 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "events/RepetitionsRemovalMessageFilter.h"
-#include "tovi-replay/CountingFilter.h"
 #include "tovi-replay/EventDestination.h"
 #include "tovi-replay/NoVariables.h"
+#include "tovi-replay/ReplayCounts.h"
 
 namespace tovi::replay {
 
@@ -20,15 +21,13 @@ class FilteredEvents : public EventDestination {
 
   void addMessage(ToviDNSEventPointer event) override;
   void begin() override {}
-  void finish() override {}
+  bool finish() override { return true; }
 
  private:
   ReplayCounts& counts_;
-  const bool filters_;
   const Take take_;
   NoVariables variables_;
-  RepetitionsRemovalMessageFilter repetitions_;
-  CountingFilter filter_{repetitions_, counts_};
+  std::optional<RepetitionsRemovalMessageFilter> repetitions_;
 };
 
 }  // namespace tovi::replay

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <string_view>
 
@@ -18,14 +17,10 @@ class LogPrinter {
   LogPrinter(const LogPrinter&) = delete;
   LogPrinter& operator=(const LogPrinter&) = delete;
 
-  /// True once an error was logged that is not about a message in a capture.
-  bool sawFailure() const { return sawFailure_; }
-
  private:
   void take(const platform::LogEntry& entry);
 
   std::function<void(std::string_view line)> print_;
-  std::atomic<bool> sawFailure_ = false;
 };
 
 }  // namespace tovi::replay

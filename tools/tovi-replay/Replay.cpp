@@ -70,9 +70,9 @@ bool Replay::run() {
   for (const auto& file : options_.files) {
     if (output_.failure() == 0) isWhole = replayFile(file) && isWhole;
   }
-  destination_->finish();
+  isWhole = destination_->finish() && isWhole;
   const bool isReported = !figures_ || finishReport();
-  return finishOutput() && isReported && isWhole && !log_.sawFailure();
+  return finishOutput() && isReported && isWhole;
 }
 
 bool Replay::replayFile(const std::filesystem::path& file) {
