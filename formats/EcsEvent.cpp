@@ -9,12 +9,12 @@ namespace {
 
 constexpr const char* kEcsVersion = "9.4.0";
 
-struct HeaderFlag {
+struct EcsFlag {
   bool Flags::*isSet;
   const char* letters;
 };
 
-constexpr HeaderFlag kHeaderFlags[] = {
+constexpr EcsFlag kEcsFlags[] = {
     {&Flags::authoritative, "AA"},    {&Flags::truncatedResponse, "TC"},
     {&Flags::recursionDesired, "RD"}, {&Flags::recursionAvailable, "RA"},
     {&Flags::authenticData, "AD"},    {&Flags::checkingDisabled, "CD"},
@@ -79,7 +79,7 @@ Json answerJson(const Answer& answer) {
 
 Json headerFlags(const Flags& flags) {
   auto letters = Json::array();
-  for (const auto& flag : kHeaderFlags) {
+  for (const auto& flag : kEcsFlags) {
     if (flags.*flag.isSet) letters.push_back(flag.letters);
   }
   return letters;

@@ -31,13 +31,13 @@ constexpr Value kResponseCodes[] = {
 };
 constexpr int kOther = 99;
 
-struct HeaderFlag {
+struct OcsfFlag {
   bool Flags::*isSet;
   int id;
   const char* caption;
 };
 
-constexpr HeaderFlag kHeaderFlags[] = {
+constexpr OcsfFlag kOcsfFlags[] = {
     {&Flags::authoritative, 1, "Authoritative Answer"},
     {&Flags::truncatedResponse, 2, "Truncated Response"},
     {&Flags::recursionDesired, 3, "Recursion Desired"},
@@ -90,7 +90,7 @@ void addFlags(Json& object, const DnsPacket& exchange) {
   if (!exchange.flags) return;
   auto ids = Json::array();
   auto captions = Json::array();
-  for (const auto& flag : kHeaderFlags) {
+  for (const auto& flag : kOcsfFlags) {
     if (!(*exchange.flags.*flag.isSet)) continue;
     ids.push_back(flag.id);
     captions.push_back(flag.caption);

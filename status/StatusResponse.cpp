@@ -4,28 +4,26 @@
 
 namespace tovi {
 
-using Json = nlohmann::json;
-
 static constexpr std::size_t kLargestText = 1 << 20;
 static constexpr int kDeepestNesting = 64;
 
 /// A discarded value for a text that is no JSON or nested too deeply.
-static Json parsed(std::string_view text) {
+static nlohmann::json parsed(std::string_view text) {
   bool tooDeep = false;
-  const auto watchDepth = [&](int depth, Json::parse_event_t, Json&) {
+  const auto watchDepth = [&](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
     tooDeep = tooDeep || depth > kDeepestNesting;
     return !tooDeep;
   };
-  auto json = Json::parse(text, watchDepth, false);
-  return tooDeep ? Json(Json::value_t::discarded) : json;
+  auto json = nlohmann::json::parse(text, watchDepth, false);
+  return tooDeep ? nlohmann::json(nlohmann::json::value_t::discarded) : json;
 }
 
-static bool take(const Json& value, std::optional<bool>& member) {
+static bool take(const nlohmann::json& value, std::optional<bool>& member) {
   if (value.is_boolean()) member = value.get<bool>();
   return value.is_boolean();
 }
 
-static bool take(const Json& value, std::optional<std::int64_t>& member) {
+static bool take(const nlohmann::json& value, std::optional<std::int64_t>& member) {
   if (!value.is_number_integer()) return false;
   if (value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX) return false;
   member = value.get<std::int64_t>();
@@ -33,7 +31,8 @@ static bool take(const Json& value, std::optional<std::int64_t>& member) {
 }
 
 template <typename Value>
-static bool takeMember(const Json& object, const char* key, std::optional<Value>& member) {
+static bool takeMember(const nlohmann::json& object, const char* key,
+                       std::optional<Value>& member) {
   const auto found = object.find(key);
   return found == object.end() || found->is_null() || take(*found, member);
 }

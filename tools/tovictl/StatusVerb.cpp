@@ -120,8 +120,8 @@ static std::vector<Section> allSections(const OptionalText& message,
   return sections;
 }
 
-static void write(const OptionalText& message, const std::optional<Counters>& counters,
-                  const CommandLine& line) {
+static void show(const OptionalText& message, const std::optional<Counters>& counters,
+                 const CommandLine& line) {
   writeOut(line.has("--json") ? jsonOf(message, counters)
                               : aligned(allSections(message, counters), Colours::forOutput(line)));
 }
@@ -132,13 +132,13 @@ int runStatus(const CommandLine& line) {
   }
   Agent agent;
   if (line.has("--counters")) {
-    write(std::nullopt, agent.counters(), line);
+    show(std::nullopt, agent.counters(), line);
     return kDone;
   }
   // First: what fails here has not taken the message from the companion.
   const auto counters = offeredCounters(agent);
   const auto message = agent.statusMessage(line.has("--force"));
-  write(message, counters, line);
+  show(message, counters, line);
   if (!message && !line.has("--json"))
     complain("no status message is due; --force fetches one in any case");
   return kDone;

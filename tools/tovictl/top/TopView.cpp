@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kCountColumns = 9;
 constexpr std::size_t kShareColumns = 9;
 constexpr std::size_t kCodeColumns = 10;
-constexpr std::size_t kGap = 2;
+constexpr std::size_t kPanelGap = 2;
 // From so many columns on, a panel has room for shares.
 constexpr std::size_t kRoomForShares = 56;
 // Its heading and three entries.
@@ -181,7 +181,7 @@ std::vector<Line> TopView::grid(std::size_t rows) const {
   const std::size_t across = size_.columns >= kWideGrid        ? 4
                              : size_.columns >= kNarrowestGrid ? 2
                                                                : 1;
-  const auto columns = (size_.columns - kGap * (across - 1)) / across;
+  const auto columns = (size_.columns - kPanelGap * (across - 1)) / across;
   std::vector<Line> lines;
   auto first = kPanels.begin();
   for (const auto height : heights(rows, across)) {
@@ -218,7 +218,7 @@ std::vector<Line> TopView::besideEachOther(const TopPanel* first, const TopPanel
   for (const auto* each = first; each != end; ++each) {
     const auto cell = panel(*each, rows, columns);
     for (std::size_t row = 0; row < rows; ++row) {
-      if (each != first) lines[row].push_back({std::string(kGap, ' ')});
+      if (each != first) lines[row].push_back({std::string(kPanelGap, ' ')});
       lines[row].insert(lines[row].end(), cell[row].begin(), cell[row].end());
     }
   }
