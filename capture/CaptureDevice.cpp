@@ -76,7 +76,7 @@ void CaptureDevice::wait(bool forFrames) {
   poll(waiting.data(), forFrames ? waiting.size() : 1, forFrames ? -1 : 1000);
 }
 
-/// A ring that was full has frames to be read.
+/// A ring drops frames only while it is full, so only a read that found frames can find new drops.
 int CaptureDevice::read(CaptureRing& ring, int count) {
   const int frames = ring.read(count, handler_);
   if (frames > 0) dropped_.add(ring.newlyDropped());

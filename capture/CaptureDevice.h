@@ -11,10 +11,11 @@
 namespace tovi {
 
 /// Captures the packets from and to port 53 of one interface, in both directions, on a thread of
-/// its own. Frames that wait are kept in two rings in the kernel: thousands of short ones and a few
-/// that are as long as a packet can be, since every place in a ring takes the room of its longest
-/// packet. Each kind keeps its order, and a long frame comes behind the short ones that were there
-/// before it, since these may hold the query that it answers.
+/// its own. The kernel keeps waiting frames in two rings, since every slot of a ring is as large as
+/// the longest packet that the ring takes: one ring has thousands of slots for short frames, the
+/// other a few for frames of any length. Frames of one ring keep their order. A long frame is
+/// handed out after the short frames that arrived before it, since one of them may be the query
+/// that it answers.
 class CaptureDevice {
  public:
   /// Opens the interface, as CaptureRing does; throws CaptureDeviceError. `handler` takes each

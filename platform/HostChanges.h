@@ -16,10 +16,10 @@ class HostChanges {
   HostChanges(const HostChanges&) = delete;
   HostChanges& operator=(const HostChanges&) = delete;
 
-  /// A number that is another one than before once the loop has learnt that interfaceAddresses or
-  /// loggedInUserName may give something else than before. Where the operating system did not offer
-  /// notifications of both at construction, it is another one in every second besides: then whoever
-  /// keeps asking learns of a change within a second, and nothing wakes up for it. Any thread.
+  /// A number that changes when the results of interfaceAddresses or loggedInUserName may have
+  /// changed, so a caller that sees the number it saw before can keep those results. Where the
+  /// operating system offers no notifications of these changes, the number also changes every
+  /// second. No thread wakes up for that. Any thread.
   std::uint64_t revision() const;
 
  private:

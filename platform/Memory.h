@@ -7,8 +7,9 @@ namespace tovi::platform {
 /// concerned.
 void forbidMemoryDumps() noexcept;
 
-/// From now on up to 4 MiB of freed memory are kept for what comes next. Batches come and go by the
-/// half megabyte, and each time their memory was given back the system cleared it anew.
+/// From now on the process keeps up to 4 MiB of freed memory for later allocations, instead of
+/// giving it back to the system. Batches of half a megabyte are allocated and freed all the time,
+/// and the system would clear their memory each time.
 void keepFreedMemory() noexcept;
 
 }  // namespace tovi::platform

@@ -35,12 +35,12 @@ class AnswerTimes {
   std::vector<Range> ranges() const;
 
  private:
-  // Those of the greatest number of nanoseconds among them.
+  // Enough for the greatest number of nanoseconds, which is below 10 to the power of 19.
   static constexpr std::size_t kTenths = 190;
 
-  /// Of ranges a 128th part wide.
+  /// How many times fell into each range. A range is a 128th of its lower bound wide.
   std::vector<std::uint64_t> counts_;
-  /// Of the tenths of powers of ten.
+  /// The same, with ten ranges for each power of ten.
   std::array<std::uint64_t, kTenths> tenths_{};
   std::uint64_t count_ = 0;
   Duration shortest_{};

@@ -21,10 +21,10 @@ namespace tovi::report {
 /// capture. One thread.
 class ReportFigures : public MessageObserverProtocol {
  public:
-  /// Stands between the process and the name in the texts of `askedNames`.
+  /// Separates the process from the name in the texts of `askedNames`.
   static constexpr char kAskerSeparator = '\0';
 
-  /// Of the packet before all that it brings.
+  /// Comes before the messages, events and failures of the packet.
   void addPacket(Date time);
   void observe(const ObservedMessage& message) override;
   void addUndecodable(Undecodable reason);

@@ -8,10 +8,10 @@
 
 namespace tovi::platform {
 
-/// The entries of a directory whose names are decimal numbers: of /proc the processes, of
-/// /proc/PID/fd the descriptors. Reads little at a time, since the kernel takes a microsecond or so
-/// for each, and tells the last of what it read first: with few descriptors, the one opened last.
-/// One thread at a time.
+/// Iterates over the entries of a directory whose names are decimal numbers: the processes in
+/// /proc, the descriptors in /proc/PID/fd. It reads a few entries at a time, since the kernel takes
+/// about a microsecond for each, and returns the entries of each part in reverse order. So a
+/// process that has few descriptors shows the one that it opened last first. One thread at a time.
 class NumberedEntries {
  public:
   struct Entry {

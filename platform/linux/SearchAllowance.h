@@ -5,10 +5,10 @@
 
 namespace tovi::platform {
 
-/// How much processor time searches may take: each 0.8 ms, and all together an eighth of the
-/// time that passes, so that questions whose askers cannot be found do not hold the capture up,
-/// however many they are. A search takes some time even if it may take none; what very many of them
-/// take too much is made up for within a second after they have ended. One thread at a time.
+/// The CPU budget of the searches for the process of a query, so that queries whose process cannot
+/// be found do not delay the capture. One search may take 0.8 ms, and all searches together an
+/// eighth of the time that passes. A search without budget still takes some time; that debt is paid
+/// off within a second. One thread at a time.
 class SearchAllowance {
  public:
   using Clock = std::chrono::steady_clock;
