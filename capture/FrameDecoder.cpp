@@ -7,7 +7,6 @@
 namespace tovi {
 namespace {
 
-constexpr std::uint16_t kDnsPort = 53;
 // A header chain longer than this is no honest one (RFC 8200, section 4.1 knows six).
 constexpr int kMaxExtensionHeaders = 16;
 

@@ -12,6 +12,8 @@ namespace tovi {
 
 using platform::Flow;
 
+inline constexpr std::uint16_t kDnsPort = 53;
+
 /// The frame carries nothing over port 53, or a fragment that does not begin a packet.
 struct NotDns {};
 

@@ -10,21 +10,13 @@
 #include "capture/FrameDecoder.h"
 #include "capture/RecordTextWriter.h"
 #include "capture/TcpReassembler.h"
+#include "platform/Overloaded.h"
 
 namespace tovi {
 
 namespace {
 
 using Time = std::chrono::system_clock::time_point;
-
-constexpr std::uint16_t kDnsPort = 53;
-
-template <typename... Cases>
-struct Overloaded : Cases... {
-  using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 }  // namespace
 
@@ -33,13 +25,13 @@ struct PacketHandler::State {
       : collaborators(std::move(theCollaborators)), writer(std::move(dnsServers)) {}
 
   void handle(const CapturedFrame& frame) {
-    std::visit(Overloaded{[](const NotDns&) {},
-                          [this](const MalformedFrame& malformed) {
-                            collaborators.abandoned(malformed.reason);
-                          },
-                          [&](const UdpDatagram& datagram) { handle(datagram, frame.time); },
-                          [&](const TcpSegment& segment) { streams.add(segment, frame.time); }},
-               decodeFrame(frame.linkType, frame.bytes));
+    std::visit(
+        platform::Overloaded{
+            [](const NotDns&) {},
+            [this](const MalformedFrame& malformed) { collaborators.abandoned(malformed.reason); },
+            [&](const UdpDatagram& datagram) { handle(datagram, frame.time); },
+            [&](const TcpSegment& segment) { streams.add(segment, frame.time); }},
+        decodeFrame(frame.linkType, frame.bytes));
   }
 
   void handle(const UdpDatagram& datagram, Time time) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "core/HexText.h"
 #include "core/Utf8.h"
 
 namespace tovi {
@@ -30,14 +31,12 @@ bool isAllPlain(std::string_view value) {
 void appendControl(TextBuffer& text, char c) {
   constexpr std::string_view kNamed = "\b\t\n\f\r";
   constexpr std::string_view kNames = "btnfr";
-  constexpr std::string_view kDigits = "0123456789abcdef";
   if (const auto at = kNamed.find(c); at != kNamed.npos) {
     text.append('\\');
     text.append(kNames[at]);
   } else {
     text.append("\\u00");
-    text.append(kDigits[static_cast<unsigned char>(c) >> 4]);
-    text.append(kDigits[c & 15]);
+    text.append(hexText(static_cast<unsigned char>(c), kSmallHexDigits));
   }
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "core/HexText.h"
+
 namespace tovi {
 
 namespace {
@@ -45,8 +47,7 @@ std::string substitutingOthers(std::string_view text, CharacterTest isKept, Subs
 }
 
 std::string hexEscape(char byte) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  return {'\\', 'x', kDigits[byteOf(byte) >> 4], kDigits[byteOf(byte) & 15]};
+  return "\\x" + hexText(byteOf(byte), kCapitalHexDigits);
 }
 
 }  // namespace

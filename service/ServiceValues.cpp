@@ -1,6 +1,7 @@
 #include "service/ServiceValues.h"
 
 #include "core/DateText.h"
+#include "core/HexText.h"
 #include "core/Utf8.h"
 
 namespace tovi {
@@ -17,11 +18,9 @@ std::string serviceText(std::string_view text) {
 }
 
 static std::string hexadecimal(const PropertyValue::Data& data) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
   std::string text;
   for (const auto byte : data) {
-    const auto value = std::to_integer<unsigned>(byte);
-    text += {kDigits[value >> 4], kDigits[value & 15]};
+    text += hexText(std::to_integer<unsigned char>(byte), kSmallHexDigits);
   }
   return text;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/HexText.h"
 #include "core/Settings.h"
 
 namespace tovi {
@@ -11,14 +12,12 @@ namespace tovi {
 static std::string percentEncoded(std::string_view text) {
   constexpr std::string_view kUnreserved =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string encoded;
   for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
     if (kUnreserved.find(character) != kUnreserved.npos) {
       encoded += character;
     } else {
-      encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+      encoded += "%" + hexText(static_cast<unsigned char>(character), kCapitalHexDigits);
     }
   }
   return encoded;

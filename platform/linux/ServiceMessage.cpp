@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/Overloaded.h"
 #include "platform/linux/SystemCall.h"
 
 namespace tovi::platform {
@@ -11,13 +12,6 @@ namespace {
 // A nested value takes a variant, an array and a dictionary entry, and a bus drops the connection
 // that sends more than 64 containers in one another.
 constexpr int kMostNestedValues = 16;
-
-template <typename... Alternatives>
-struct Overloaded : Alternatives... {
-  using Alternatives::operator()...;
-};
-template <typename... Alternatives>
-Overloaded(Alternatives...) -> Overloaded<Alternatives...>;
 
 int checkRead(int result) {
   if (result < 0) throw MessageTypeError("the message cannot be read as the expected types");
