@@ -148,6 +148,50 @@ bool hasFields(std::uint16_t type, std::span<const std::uint8_t> data) {
   return !cursor.bad();
 }
 
+std::size_t behindWords(int count, std::string_view text) {
+  std::size_t at = 0;
+  for (int word = 0; word < count; ++word) at = text.find(' ', at) + 1;
+  return at;
+}
+
+/// Where names stand in the library's text of a record's data, `count` of them one after the other.
+struct Names {
+  std::size_t position;
+  int count;
+};
+
+Names namesIn(std::uint16_t type, std::string_view dumped) {
+  constexpr Names kNone{0, 0};
+  // The text of data that the library does not know (RFC 3597, section 5).
+  if (dumped.starts_with("\\# ")) return kNone;
+  switch (type) {
+    case KNOT_RRTYPE_SOA:
+    case KNOT_RRTYPE_MINFO:
+    case KNOT_RRTYPE_RP:
+      return {0, 2};
+    case KNOT_RRTYPE_NSEC:
+      return {0, 1};
+    case KNOT_RRTYPE_MX:
+    case KNOT_RRTYPE_AFSDB:
+    case KNOT_RRTYPE_RT:
+    case KNOT_RRTYPE_KX:
+      return {behindWords(1, dumped), 1};
+    case KNOT_RRTYPE_SRV:
+      return {behindWords(3, dumped), 1};
+    case KNOT_RRTYPE_RRSIG:
+      return {behindWords(7, dumped), 1};
+    case KNOT_RRTYPE_NAPTR:
+      return {dumped.rfind(' ') + 1, 1};
+    case KNOT_RRTYPE_IPSECKEY: {
+      // Its second word is the type of its gateway (RFC 4025, section 2.3).
+      const bool isName = dumped.substr(behindWords(1, dumped)).starts_with("3 ");
+      return isName ? Names{behindWords(3, dumped), 1} : kNone;
+    }
+    default:
+      return kNone;
+  }
+}
+
 }  // namespace
 
 /// One decoded resource record, its names decompressed.
@@ -217,7 +261,23 @@ std::string_view DnsMessage::dataText(const Record& record) {
     return addressText(data.first<16>(), address_);
   }
   if (isSingleName(record.set.type)) return nameText(data.data(), wire(), dataName_);
-  return dumpedText(record);
+  return withNameTexts(record.set.type, dumpedText(record));
+}
+
+std::string_view DnsMessage::withNameTexts(std::uint16_t type, std::string_view dumped) {
+  const auto [position, count] = namesIn(type, dumped);
+  if (count == 0) return dumped;
+  dataWithNames_.clear(kSmallText);
+  dataWithNames_.append(dumped.substr(0, position));
+  dumped.remove_prefix(position);
+  for (int name = 0; name < count; ++name) {
+    if (name > 0) dataWithNames_.append(' ');
+    const auto zoneText = dumped.substr(0, dumped.find(' '));
+    dataWithNames_.append(nameText(zoneText, dataName_));
+    dumped.remove_prefix(std::min(zoneText.size() + (name + 1 < count), dumped.size()));
+  }
+  dataWithNames_.append(dumped);
+  return dataWithNames_.view();
 }
 
 // The library does not tell a buffer that is too small from data that it cannot print, so the

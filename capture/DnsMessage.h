@@ -12,6 +12,7 @@
 #include "capture/AddressText.h"
 #include "capture/NameText.h"
 #include "capture/Undecodable.h"
+#include "core/TextBuffer.h"
 
 namespace tovi {
 
@@ -27,8 +28,8 @@ class MalformedDns : public std::runtime_error {
   Undecodable reason_;
 };
 
-/// The names and data are zone-file text (RFC 1035, section 5.1), without the last dot; the root
-/// is ".".
+/// The names, those in the data too, are texts of nameText; the rest of the data is zone-file text
+/// (RFC 1035, section 5.1).
 struct DnsQuestion {
   std::string_view name;
   std::uint16_t type;
@@ -77,6 +78,7 @@ class DnsMessage {
   const std::uint8_t* wire() const { return reinterpret_cast<const std::uint8_t*>(bytes_.data()); }
   std::string_view dataText(const Record& record);
   std::string_view dumpedText(const Record& record);
+  std::string_view withNameTexts(std::uint16_t type, std::string_view dumped);
 
   std::span<const std::byte> bytes_;
   std::size_t position_;
@@ -88,6 +90,7 @@ class DnsMessage {
   std::array<char, kAddressTextSize> address_;
   std::unique_ptr<char[]> data_;
   std::size_t dataCapacity_ = 0;
+  TextBuffer dataWithNames_;
 };
 
 }  // namespace tovi

@@ -14,8 +14,8 @@
 /// the client's address and port, the server's address, and when it was captured, in microseconds
 /// since 1970. In every value, a byte that is not printable ASCII and each separator is written as
 /// the escape \DDD of zone files (RFC 1035, section 5.1), so that nothing captured can add, end or
-/// replace an item. In the process item, which keeps its line ends, only the key-value and the item
-/// separator and unprintable bytes are.
+/// replace an item; capture/NameText.h says what else is in a name. In the process item, which
+/// keeps its line ends, only the key-value and the item separator and unprintable bytes are.
 namespace tovi::recordtext {
 
 inline constexpr char kKeyValueSeparator = '!';

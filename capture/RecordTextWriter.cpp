@@ -4,6 +4,7 @@
 
 #include "capture/AddressText.h"
 #include "capture/DnsNames.h"
+#include "capture/Escape.h"
 #include "capture/RecordText.h"
 
 namespace tovi {
@@ -14,14 +15,6 @@ namespace {
 
 // More than this is given back after a message of many records.
 constexpr std::size_t kKeptCapacity = 1 << 16;
-
-constexpr bool isPrintable(char c) {
-  return c >= 0x20 && c <= 0x7e;
-}
-
-constexpr bool isSafe(char c) {
-  return isPrintable(c) && c != kKeyValueSeparator && c != kItemSeparator && c != kFieldSeparator;
-}
 
 constexpr auto kIsSafe = [] {
   std::array<bool, 256> table{};
@@ -46,17 +39,18 @@ bool isBlank(std::string_view text) {
 }
 
 void appendEscape(TextBuffer& text, char c) {
-  const auto octet = static_cast<unsigned char>(c);
-  text.append('\\');
-  for (const int unit : {100, 10, 1}) text.append(static_cast<char>('0' + octet / unit % 10));
+  std::array<char, 4> escape;
+  putEscape(escape.data(), c);
+  text.append(std::string_view(escape.data(), escape.size()));
 }
 
-/// Appends zone-file text. A separator that stands there behind a backslash is one escape with it.
-void appendZoneText(TextBuffer& text, std::string_view zoneText) {
-  if (isAllSafe(zoneText)) return text.append(zoneText);
-  for (std::size_t at = 0; at < zoneText.size(); ++at) {
-    const bool escaped = zoneText[at] == '\\' && at + 1 < zoneText.size();
-    const char c = escaped ? zoneText[++at] : zoneText[at];
+/// Appends record data as zone-file text. A separator that stands there behind a backslash is one
+/// escape with it.
+void appendData(TextBuffer& text, std::string_view data) {
+  if (isAllSafe(data)) return text.append(data);
+  for (std::size_t at = 0; at < data.size(); ++at) {
+    const bool escaped = data[at] == '\\' && at + 1 < data.size();
+    const char c = escaped ? data[++at] : data[at];
     if (!isSafe(c)) {
       appendEscape(text, c);
       continue;
@@ -112,7 +106,7 @@ void RecordTextWriter::addProcess(std::string_view processes) {
 void RecordTextWriter::writeQuestion(std::uint32_t index, const DnsQuestion& question) {
   beginItem(kQuery, index);
   const std::size_t begin = text_.size();
-  appendZoneText(text_, question.name);
+  text_.append(question.name);
   if (index == 0) questionName_ = {begin, text_.size() - begin};
   addField(dnsTypeName(question.type));
   addField(dnsClassName(question.dnsClass));
@@ -120,12 +114,11 @@ void RecordTextWriter::writeQuestion(std::uint32_t index, const DnsQuestion& que
 
 void RecordTextWriter::writeAnswer(std::uint32_t index, const DnsAnswer& answer) {
   beginItem(kAnswer, index);
-  appendZoneText(text_, answer.data);
+  appendData(text_, answer.data);
   addField(dnsTypeName(answer.type));
   addField(dnsClassName(answer.dnsClass));
   addField(answer.ttl);
-  text_.append(kFieldSeparator);
-  appendZoneText(text_, answer.name);
+  addField(answer.name);
 }
 
 void RecordTextWriter::writeFlags(const DnsHeader& header) {

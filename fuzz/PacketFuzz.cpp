@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "capture/ByteCursor.h"
+#include "capture/FrameDecoder.h"
 #include "capture/PacketHandler.h"
 #include "core/TimeProvider.h"
 #include "events/RecentActivity.h"
@@ -72,6 +74,42 @@ class Items {
   std::size_t at_ = 0;
 };
 
+using Labels = std::vector<std::string>;
+
+/// The labels of a datagram's first question, read apart from the handler; none of a name with
+/// pointers or reserved octets, which this does not follow.
+std::optional<Labels> askedLabels(int linkType, std::span<const std::byte> frame) {
+  const auto decoded = decodeFrame(linkType, frame);
+  const auto* const datagram = std::get_if<UdpDatagram>(&decoded);
+  if (datagram == nullptr) return std::nullopt;
+  ByteCursor cursor(datagram->payload);
+  cursor.skip(12);
+  Labels labels;
+  for (std::size_t length = cursor.u8(); length != 0; length = cursor.u8()) {
+    const auto octets = cursor.take(length);
+    if (cursor.bad() || length > 63) return std::nullopt;
+    labels.emplace_back(reinterpret_cast<const char*>(octets.data()), octets.size());
+  }
+  return labels;
+}
+
+/// What a name's text says: its parts between dots, each escape undone.
+Labels labelsOf(std::string_view name) {
+  if (name == ".") return {};
+  Labels labels(1);
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if (name[at] == '.') {
+      labels.emplace_back();
+    } else if (name[at] == '\\') {
+      labels.back() += static_cast<char>(std::stoi(std::string(name.substr(at + 1, 3))));
+      at += 3;
+    } else {
+      labels.back() += name[at];
+    }
+  }
+  return labels;
+}
+
 /// The events leave out the blanks around a field, such as those behind an empty list of types.
 std::string_view trimmed(std::string_view field) {
   field.remove_prefix(field.find_first_not_of(' '));
@@ -96,6 +134,8 @@ void checkEvent(const DnsPacket& packet, const std::vector<Items::Fields>& queri
 
 class TextCheck {
  public:
+  void expectAsked(std::optional<Labels> labels) { asked_ = std::move(labels); }
+
   void operator()(std::string_view text) {
     checkCharacters(text);
     Items items(text);
@@ -105,6 +145,7 @@ class TextCheck {
     items.take("response", 1);
     const auto queries = items.takeNumbered("query", 3);
     const auto answers = items.takeNumbered("answer", 5);
+    if (asked_ && !queries.empty()) require(labelsOf(queries[0][0]) == *asked_);
     items.take("flags", 6);
     const auto packet = items.take("packet", 6);
     require(packet[0] == "query" || packet[0] == "response");
@@ -133,6 +174,7 @@ class TextCheck {
   }
 
   EventCheck events_;
+  std::optional<Labels> asked_;
 };
 
 /// What an observer is told agrees with the text, and the last minute's activity takes all of it.
@@ -188,6 +230,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto rest = cursor.rest();
     const auto bytes = cursor.take(std::min(length, rest.size()));
     const std::vector<std::byte> frame(bytes.begin(), bytes.end());
+    checkText.expectAsked(fuzz::askedLabels(linkType, frame));
     handler.onPacketArrives({.linkType = linkType, .bytes = frame, .time = time});
     time += std::chrono::seconds(1);
   }

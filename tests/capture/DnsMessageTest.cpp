@@ -25,11 +25,11 @@ TEST(DnsMessageTest, DataOfEachTypeIsShownOrRefused) {
       {"\x03\1a\xc0\x0c", "a.o"},
       {"\x09\xc0\x0c", "o"},
       {"\x0a\1\2", "\\# 2 0102"},
-      {"\x0f\0\x0a\xc0\x0c"s, "10 o."},
+      {"\x0f\0\x0a\xc0\x0c"s, "10 o"},
       {"\x10\2ab\0"s, "\"ab\" \"\""},
       {"\x1c" + std::string(15, '\0') + "\1", "::1"},
       {"\x2a", "\\# 0"},
-      {"\x2d\1\3\2\1a\0\1"s, "1 3 2 a. AQ=="},
+      {"\x2d\1\3\2\1a\0\1"s, "1 3 2 a AQ=="},
       {"\x32\1\0\0\1\2ab\2cd\0\1\x40"s, "1 0 1 6162 cdi0==== A"}};
   for (const auto& [data, text] : shown) EXPECT_EQ(dataText(data[0], data.substr(1)), text);
   const std::string refused[] = {"\x01\1\2\3\4\5",
@@ -49,6 +49,44 @@ TEST(DnsMessageTest, DataOfEachTypeIsShownOrRefused) {
   for (const int type : {1, 2, 6, 16, 28, 46, 50}) {
     EXPECT_EQ(dataText(type, "", 255), "\\# 0") << type;
     EXPECT_EQ(dataText(type, "", 254), "\\# 0") << type;
+  }
+}
+
+TEST(DnsMessageTest, NamesInDataAreWrittenAsNamesAre) {
+  const std::string name = "\4A. =\1b\xc0\x0c"s, fixed = "\4A. =\1b\0"s;
+  const std::string numbers = u32(7) + u32(8) + u32(9) + u32(10) + u32(11);
+  const std::string signature = u16(1) + "\5\1" + u32(60) + u32(61) + u32(62) + u16(9);
+  const std::string words = "\1u" + counted("s x") + counted("!^a\"\\1!");
+  const std::pair<std::string, std::string> cases[] = {
+      {"\x06" + name + name + numbers, R"(A\046\032=.b.o A\046\032=.b.o 7 8 9 10 11)"},
+      {"\x06" + fixed + "\0"s + numbers, R"(A\046\032=.b . 7 8 9 10 11)"},
+      {"\x0e" + name + name, R"(A\046\032=.b.o A\046\032=.b.o)"},
+      {"\x0f" + u16(4) + name, R"(4 A\046\032=.b.o)"},
+      {"\x11" + fixed + fixed, R"(A\046\032=.b A\046\032=.b)"},
+      {"\x12" + u16(4) + fixed, R"(4 A\046\032=.b)"},
+      {"\x15" + u16(4) + fixed, R"(4 A\046\032=.b)"},
+      {"\x21" + u16(1) + u16(2) + u16(3) + fixed, R"(1 2 3 A\046\032=.b)"},
+      {"\x23" + u16(1) + u16(2) + words + fixed, R"(1 2 "u" "s x" "\033^a\"\\1\033" A\046\032=.b)"},
+      {"\x24" + u16(4) + fixed, R"(4 A\046\032=.b)"},
+      {"\x24" + u16(4) + "\0"s, "4 ."},
+      {"\x2d\1\3\2" + fixed + "\1", R"(1 3 2 A\046\032=.b AQ==)"},
+      {"\x2d\1\1\2\1\2\3\4\1", "1 1 2 1.2.3.4 AQ=="},
+      {"\x2e" + signature + fixed + "sig",
+       R"(A 5 1 60 19700101000101 19700101000102 9 A\046\032=.b c2ln)"},
+      {"\x2f" + fixed + "\0\1\x40"s, R"(A\046\032=.b A)"}};
+  for (const auto& [data, text] : cases) EXPECT_EQ(dataText(data[0], data.substr(1)), text);
+}
+
+TEST(DnsMessageTest, OnlyWhatWouldBeTakenForSomethingElseIsEscapedInNames) {
+  const std::pair<std::string, const char*> labels[] = {
+      {"=_-*/#@\"$()&'+:<>?[]^`{|}~%", "=_-*/#@\"$()&'+:<>?[]^`{|}~%"},
+      {"a.b\\c", R"(a\046b\092c)"},
+      {"!,; ", R"(\033\044\059\032)"},
+      {"\t\x7f\xc3\xa9\0"s, R"(\009\127\195\169\000)"}};
+  for (const auto& [label, text] : labels) {
+    const std::string asked = counted(label) + dnsName("Org") + u32(0x10001);
+    const auto record = textOf(dnsMessage(1, 0x8180, {asked})).value();
+    EXPECT_EQ(between(record, "query0!", ";A;IN"), text + ".Org"s);
   }
 }
 

@@ -63,6 +63,7 @@ class Injection : public Builder {
     const std::string data = between(text, "answer0!", ";TXT;");
     EXPECT_EQ(separatorsOf(text), separators_) << text;
     EXPECT_EQ(unescaped(name), label);
+    EXPECT_EQ(name.find('.'), name.npos) << "one label, not two";
     EXPECT_EQ(unescaped(data), '"' + characters + '"');
     packer_.events.clear();
     builder_.feed(text);
