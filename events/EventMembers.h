@@ -54,6 +54,7 @@ void forEachMember(MaybeConst<DnsPacket> auto& packet, auto&& member) {
   member(JsonKey("question"), packet.question);
   member(JsonKey("flags"), packet.flags);
   member(JsonKey("answers"), packet.answers);
+  member(JsonKey("answers_left_out"), packet.answersLeftOut);
   member(JsonKey("queried_servers"), packet.queriedServers);
 }
 

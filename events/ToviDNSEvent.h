@@ -69,6 +69,8 @@ struct DnsPacket {
   std::optional<Query> question;
   std::optional<Flags> flags;
   std::optional<std::vector<Answer>> answers;
+  /// How many answers more there were than one event has room for.
+  std::optional<std::int64_t> answersLeftOut;
   std::optional<std::vector<std::string>> queriedServers;
   bool operator==(const DnsPacket&) const = default;
 };

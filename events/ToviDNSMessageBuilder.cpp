@@ -1,5 +1,7 @@
 #include "events/ToviDNSMessageBuilder.h"
 
+#include <algorithm>
+
 #include "capture/RecordText.h"
 #include "core/AgentErrors.h"
 #include "events/DnsEventNames.h"
@@ -13,6 +15,7 @@ namespace {
 using recordtext::kFieldSeparator;
 using recordtext::kListSeparator;
 
+constexpr std::size_t kUsualAnswers = 16;
 constexpr const char* kUnknownVersion = "1.0.0.0";
 
 std::optional<Answer> parseAnswer(std::string_view value) {
@@ -24,6 +27,19 @@ std::optional<Answer> parseAnswer(std::string_view value) {
                 .answerClass = std::string(answerClass),
                 .ttl = decimalInteger(ttl),
                 .data = std::string(data)};
+}
+
+/// Of the answer and of the names of its members.
+std::size_t jsonBytes(const RecordTextReader::Item& answer) {
+  constexpr std::size_t kNames = 64;
+  const auto isEscaped = [](char c) { return c == '\\' || c == '"'; };
+  const auto escapes = std::ranges::count_if(answer.value, isEscaped);
+  return kNames + answer.value.size() + static_cast<std::size_t>(escapes);
+}
+
+/// Whether there were answers.
+bool isWhole(const DnsPacket& packet) {
+  return !packet.answers->empty() || packet.answersLeftOut;
 }
 
 std::vector<std::string> queriedServers(const RecordTextReader& data) {
@@ -70,11 +86,10 @@ bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, std
     return false;
   }
   event->system = currentSystem();
-  const bool isWhole = !packet.answers->empty();
   Sighting seen;
-  seen.isResponse = isWhole;
+  seen.isResponse = isWhole(packet);
   seen = sightingFrom(data.packet).value_or(seen);
-  if (!join(event, {packet, seen, firstProcess(data.process)}) || !isWhole) return true;
+  if (!join(event, {packet, seen, firstProcess(data.process)}) || !isWhole(packet)) return true;
   events_.add();
   packer_.addMessage(std::move(event));
   return true;
@@ -82,10 +97,9 @@ bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, std
 
 bool ToviDNSMessageBuilder::join(const std::shared_ptr<ToviDNSEvent>& event,
                                  const ExchangePacket& packet) {
-  const bool isWhole = !packet.dns.answers->empty();
   std::lock_guard lock(containerMutex_);
   // A query that brings answers of its own, such as a notification, waits for none.
-  const bool isAlone = isWhole && !packet.seen.isResponse;
+  const bool isAlone = isWhole(packet.dns) && !packet.seen.isResponse;
   auto* const exchange = isAlone ? nullptr : container_.get(packet);
   if (exchange && exchange->isOver()) {
     exchange->add(packet);
@@ -93,7 +107,7 @@ bool ToviDNSMessageBuilder::join(const std::shared_ptr<ToviDNSEvent>& event,
   }
   begin(*event, exchange ? exchange->event().get() : nullptr);
   if (!event->process) event->process = packet.process;
-  if (!isWhole) {
+  if (!isWhole(packet.dns)) {
     container_.set(exchange, packet, event);
   } else if (!isAlone) {
     container_.remove(exchange, packet);
@@ -147,10 +161,10 @@ DnsPacket ToviDNSMessageBuilder::buildDnsPacket(const RecordTextReader& data,
   packet.id = id;
   packet.question = firstQuestion(data);
   if (!packet.question) logger_.debug("buildDnsPacket(data:id:)", "Cant get Query");
-  packet.answers = getAnswers(data);
+  getAnswers(data, packet);
   packet.flags = getFlags(data);
   // Then the event waits for a response, whose packet takes the place of this one.
-  if (packet.answers->empty()) return packet;
+  if (!isWhole(packet)) return packet;
   packet.queriedServers = queriedServers(data);
   if (!data.opcode.empty()) packet.opCode = opcodeName(data.opcode);
   if (!data.response.empty()) packet.responseCode = responseCodeName(data.response);
@@ -176,17 +190,23 @@ Query ToviDNSMessageBuilder::parseQuestion(std::string_view value) const {
       .type = std::string(type), .name = std::string(name), .queryClass = std::string(queryClass)};
 }
 
-std::vector<Answer> ToviDNSMessageBuilder::getAnswers(const RecordTextReader& data) const {
-  std::vector<Answer> answers;
-  answers.reserve(data.answers.size());
-  for (const auto& item : data.answers) {
-    if (auto answer = parseAnswer(item.value)) {
+void ToviDNSMessageBuilder::getAnswers(const RecordTextReader& data, DnsPacket& packet) const {
+  auto& answers = packet.answers.emplace();
+  answers.reserve(std::min(data.answers.size(), kUsualAnswers));
+  std::size_t room = kMostAnswerBytes;
+  for (auto item = data.answers.begin(); item != data.answers.end(); ++item) {
+    const auto size = jsonBytes(*item);
+    if (size > room) {
+      packet.answersLeftOut = data.answers.end() - item;
+      return;
+    }
+    room -= size;
+    if (auto answer = parseAnswer(item->value)) {
       answers.push_back(std::move(*answer));
     } else {
       logger_.debug("getAnswers(data:)", "Cant get answers");
     }
   }
-  return answers;
 }
 
 std::optional<Flags> ToviDNSMessageBuilder::getFlags(const RecordTextReader& data) const {

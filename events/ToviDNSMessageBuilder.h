@@ -27,10 +27,15 @@ struct RecordTextReader;
 /// question and a client, into one event, however often and in whatever order several interfaces
 /// saw them. An event goes to the packer once a response with at least one answer has come; until
 /// then it waits in the container. A response whose query was not seen makes an event without a
-/// process. Called from several threads at once.
+/// process. The answers of an event take kMostAnswerBytes of JSON at the most. Called from several
+/// threads at once.
 class ToviDNSMessageBuilder : public MessageReceivedProtocol {
  public:
   using Domains = std::set<std::string, std::less<>>;
+
+  /// Some hundred addresses. A message over TCP can hold answers of which megabytes of JSON would
+  /// come, and events are passed on many at a time.
+  static constexpr std::size_t kMostAnswerBytes = std::size_t{32} << 10;
 
   /// All must outlive the builder.
   struct Collaborators {
@@ -70,7 +75,8 @@ class ToviDNSMessageBuilder : public MessageReceivedProtocol {
   DnsPacket buildDnsPacket(const RecordTextReader& data, std::int64_t id) const;
   std::optional<Query> firstQuestion(const RecordTextReader& data) const;
   Query parseQuestion(std::string_view value) const;
-  std::vector<Answer> getAnswers(const RecordTextReader& data) const;
+  /// Fills the answers, as many of the first as one event has room for.
+  void getAnswers(const RecordTextReader& data, DnsPacket& packet) const;
   std::optional<Flags> getFlags(const RecordTextReader& data) const;
 
   // Constant after construction.

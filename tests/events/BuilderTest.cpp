@@ -1,5 +1,6 @@
 #include <thread>
 
+#include "events/EventJson.h"
 #include "tests/events/BuilderFixture.h"
 
 namespace tovi::test {
@@ -34,6 +35,7 @@ TEST_F(Builder, ResponseCompletesTheQueryThatWaits) {
       Flags{.recursionAvailable = true, .recursionDesired = true, .authenticData = true},
       {{{"example.org", "CNAME", "IN", 60, "alias.example.org"},
         {"alias.example.org", "A", "IN", 300, "192.0.2.9"}}},
+      {},
       {{"192.0.2.1", "192.0.2.2"}}};
   EXPECT_EQ(event.dnsPacket, packet);
   EXPECT_EQ(container_.pending(), 0U);
@@ -121,14 +123,33 @@ TEST_F(Builder, EscapesStayAndMalformedAnswersAndFlagsAreLeftOut) {
                 "answer2!x;y;TXT;IN;1;a,flags!0;1;0;0;1,opcode!3");
   EXPECT_EQ(log_.count("Cant get answers"), 2);
   EXPECT_EQ(log_.count("Cant get flags"), 1);
-  const DnsPacket packet{8,
-                         "UNKNOWN",
-                         {},
-                         Query{"A", R"(a\044b)", "IN"},
-                         {},
-                         {{{"a", "TXT", "IN", {}, R"(\033)"}}},
-                         std::vector<std::string>()};
+  const DnsPacket packet{8,  "UNKNOWN",
+                         {}, Query{"A", R"(a\044b)", "IN"},
+                         {}, {{{"a", "TXT", "IN", {}, R"(\033)"}}},
+                         {}, std::vector<std::string>()};
   EXPECT_EQ(onlyPacket(), packet);
+}
+
+TEST_F(Builder, EventKeepsTheFirstAnswersAndCountsTheOthers) {
+  constexpr int kAnswers = 700;
+  const std::string owner(200, '"');
+  std::string text = "id!8,query0!a;A;IN";
+  for (int i = 0; i < kAnswers; ++i) {
+    text += ",answer" + std::to_string(i) + "!192.0.2." + std::to_string(i) + ";A;IN;300;" + owner;
+  }
+  builder_.feed(text);
+  const auto& answers = *onlyPacket().answers;
+  EXPECT_EQ(answers.size() + static_cast<std::size_t>(*onlyPacket().answersLeftOut), kAnswers);
+  EXPECT_EQ(answers.back().data, "192.0.2." + std::to_string(answers.size() - 1));
+  const auto size = jsonText(onlyEvent()).size();
+  EXPECT_LT(size, ToviDNSMessageBuilder::kMostAnswerBytes + 1024);
+  EXPECT_GT(size, ToviDNSMessageBuilder::kMostAnswerBytes * 4 / 5);
+
+  const std::string large(ToviDNSMessageBuilder::kMostAnswerBytes, 'x');
+  builder_.feed("id!9,query0!b;TXT;IN,answer0!" + large + ";TXT;IN;1;b");
+  ASSERT_EQ(packer_.events.size(), 2U);
+  EXPECT_TRUE(packer_.events[1]->dnsPacket->answers->empty());
+  EXPECT_EQ(packer_.events[1]->dnsPacket->answersLeftOut, 1);
 }
 
 TEST_F(Builder, ProcessComesFromTheFirstRow) {

@@ -22,7 +22,8 @@ constexpr const char* kFullEvent =
     R"("recursion_available":true,"truncated_response":false,"checking_disabled":false,)"
     R"("recursion_desired":true,"authentic_data":false},"answers":[{"name":"example.org",)"
     R"("type":"A","answer_class":"IN","ttl":4294967295,"data":"93.184.216.34"},)"
-    R"({"name":"example.org","type":"TXT","data":"\"x\""}],"queried_servers":[]}})";
+    R"({"name":"example.org","type":"TXT","data":"\"x\""}],"answers_left_out":3,)"
+    R"("queried_servers":[]}})";
 
 // A full event with one member replaced.
 Json fullEventWith(const char* pointer, Json value) {
