@@ -21,8 +21,7 @@ using Time = std::chrono::system_clock::time_point;
 }  // namespace
 
 struct PacketHandler::State {
-  State(Collaborators theCollaborators, std::string dnsServers)
-      : collaborators(std::move(theCollaborators)), writer(std::move(dnsServers)) {}
+  explicit State(Collaborators theCollaborators) : collaborators(std::move(theCollaborators)) {}
 
   void handle(const CapturedFrame& frame) {
     std::visit(
@@ -55,11 +54,21 @@ struct PacketHandler::State {
   /// is found out before.
   void passOn(const MessageOrigin& origin, std::span<const std::byte> bytes) {
     DnsMessage message(bytes);
+    refreshServers(origin.time);
     writer.write(message, origin);
     const auto sender = senderOf(origin, message.header());
-    writer.addProcess(sender.rows);
+    writer.addSender(sender);
     observe(origin, message.header(), sender.rows);
     collaborators.sink(writer.text());
+  }
+
+  // By the clock of the capture, which can be set back.
+  void refreshServers(Time now) {
+    const bool isFresh =
+        serversRead && now >= *serversRead && now < *serversRead + kServersLifetime;
+    if (isFresh) return;
+    writer.setDnsServers(collaborators.dnsServers());
+    serversRead = now;
   }
 
   platform::QuerySender senderOf(const MessageOrigin& origin, const DnsHeader& header) {
@@ -84,14 +93,15 @@ struct PacketHandler::State {
 
   const Collaborators collaborators;
   RecordTextWriter writer;
+  std::optional<Time> serversRead;
   TcpReassembler streams{[this](const Flow& flow, Time time, std::span<const std::byte> message) {
                            pass({flow, platform::Transport::tcp, time}, message);
                          },
                          [this](Undecodable reason) { collaborators.abandoned(reason); }};
 };
 
-PacketHandler::PacketHandler(Collaborators collaborators, std::string dnsServers)
-    : state_(std::make_unique<State>(std::move(collaborators), std::move(dnsServers))) {}
+PacketHandler::PacketHandler(Collaborators collaborators)
+    : state_(std::make_unique<State>(std::move(collaborators))) {}
 
 PacketHandler::~PacketHandler() = default;
 

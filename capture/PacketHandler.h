@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -25,12 +26,16 @@ class PacketHandler {
     TextSink sink;
     /// Told of each message before its text is passed on; null for nobody.
     MessageObserverProtocol* observer = nullptr;
+    /// The addresses of the resolvers that the machine is set to use, as the texts' last item has
+    /// them; asked again kServersLifetime later.
+    std::function<std::string()> dnsServers;
     /// Told of each message or frame that had to be abandoned, and why.
     std::function<void(Undecodable)> abandoned;
   };
 
-  /// `dnsServers` is the value of the texts' last item.
-  PacketHandler(Collaborators collaborators, std::string dnsServers);
+  static constexpr std::chrono::seconds kServersLifetime{1};
+
+  explicit PacketHandler(Collaborators collaborators);
   ~PacketHandler();
 
   /// Frames without DNS over port 53 are ignored; a frame or message that cannot be decoded is

@@ -102,7 +102,7 @@ std::string PacketReaderWrapper::startPcapReader() {
   const std::string dnsServers = dnsServerList();
   std::string result;
   for (const ListenInterface& interface : getListenInterfaces()) {
-    const auto handler = makeHandler(interface.name, dnsServers);
+    const auto handler = makeHandler(interface.name);
     auto device = openDevice(
         interface,
         [this, handler](const CapturedFrame& frame) {
@@ -117,24 +117,22 @@ std::string PacketReaderWrapper::startPcapReader() {
   return result;
 }
 
-std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::string& interfaceName,
-                                                                const std::string& dnsServers) {
+std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::string& interfaceName) {
   const unsigned index = if_nametoindex(interfaceName.c_str());
-  return std::make_shared<PacketHandler>(
-      PacketHandler::Collaborators{
-          .processLookup =
-              [this, index](platform::CapturedQuery query) {
-                query.interfaceIndex = index;
-                return lookUp(query);
-              },
-          .sink =
-              [this](std::string_view recordText) {
-                tallies_.messages.add();
-                entry_(recordText);
-              },
-          .observer = observer_,
-          .abandoned = [this](Undecodable reason) { noteAbandoned(reason); }},
-      dnsServers);
+  return std::make_shared<PacketHandler>(PacketHandler::Collaborators{
+      .processLookup =
+          [this, index](platform::CapturedQuery query) {
+            query.interfaceIndex = index;
+            return lookUp(query);
+          },
+      .sink =
+          [this](std::string_view recordText) {
+            tallies_.messages.add();
+            entry_(recordText);
+          },
+      .observer = observer_,
+      .dnsServers = dnsServerList,
+      .abandoned = [this](Undecodable reason) { noteAbandoned(reason); }});
 }
 
 void PacketReaderWrapper::noteAbandoned(Undecodable reason) {

@@ -43,8 +43,7 @@ class PacketReaderWrapper {
   const CaptureTallies& tallies() const { return tallies_; }
 
  private:
-  std::shared_ptr<PacketHandler> makeHandler(const std::string& interfaceName,
-                                             const std::string& dnsServers);
+  std::shared_ptr<PacketHandler> makeHandler(const std::string& interfaceName);
   void noteAbandoned(Undecodable reason);
   platform::QuerySender lookUp(const platform::CapturedQuery& query);
 

@@ -44,6 +44,23 @@ void appendEscape(TextBuffer& text, char c) {
   text.append(std::string_view(escape.data(), escape.size()));
 }
 
+void appendEscaped(TextBuffer& text, std::string_view value) {
+  for (const char c : value) {
+    if (isSafe(c) && c != '\\') {
+      text.append(c);
+    } else {
+      appendEscape(text, c);
+    }
+  }
+}
+
+void appendItem(TextBuffer& text, std::string_view key, std::string_view value) {
+  text.append(kItemSeparator);
+  text.append(key);
+  text.append(kKeyValueSeparator);
+  appendEscaped(text, value);
+}
+
 /// Appends record data as zone-file text. A separator that stands there behind a backslash is one
 /// escape with it.
 void appendData(TextBuffer& text, std::string_view data) {
@@ -82,8 +99,22 @@ void RecordTextWriter::write(DnsMessage& message, const MessageOrigin& origin) {
   for (std::uint32_t index = 0; message.nextAnswer(answer); ++index) writeAnswer(index, answer);
   writeFlags(header);
   writePacket(header.isResponse, origin);
+  endOfPacket_ = text_.size();
   beginItem(kDnsServers);
   text_.append(dnsServers_);
+}
+
+void RecordTextWriter::addSender(const platform::QuerySender& sender) {
+  TextBuffer items;
+  if (!sender.unit.empty()) appendItem(items, kUnit, sender.unit);
+  if (sender.parentProcess != 0) {
+    appendItem(items, kParent, std::to_string(sender.parentProcess));
+    items.append(kFieldSeparator);
+    appendEscaped(items, sender.parentName);
+  }
+  if (!sender.executable.empty()) appendItem(items, kExecutable, sender.executable);
+  text_.insert(endOfPacket_, items.view());
+  addProcess(sender.rows);
 }
 
 void RecordTextWriter::addProcess(std::string_view processes) {

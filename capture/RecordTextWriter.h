@@ -14,14 +14,15 @@ namespace tovi {
 /// thread.
 class RecordTextWriter {
  public:
-  /// `dnsServers` is the value of each text's last item.
-  explicit RecordTextWriter(std::string dnsServers) : dnsServers_(std::move(dnsServers)) {}
+  /// The value of the last item of the texts to come.
+  void setDnsServers(std::string dnsServers) { dnsServers_ = std::move(dnsServers); }
 
-  /// Begins a new text and writes all but the process item. Throws what reading the message throws,
-  /// and std::out_of_range for a question type without a name; there is no text then.
+  /// Begins a new text and writes all but the items about the sender. Throws what reading the
+  /// message throws, and std::out_of_range for a question type without a name; there is no text
+  /// then.
   void write(DnsMessage& message, const MessageOrigin& origin);
-  /// Adds the process item to the text of the last `write`, unless `processes` is blank.
-  void addProcess(std::string_view processes);
+  /// Adds what is known of the sender to the text of the last `write`.
+  void addSender(const platform::QuerySender& sender);
   /// Holds until the next call.
   std::string_view text() const { return text_.view(); }
   /// The first question's name as it stands in the text, likewise; empty without a question.
@@ -40,11 +41,13 @@ class RecordTextWriter {
   void writeQuestion(std::uint32_t index, const DnsQuestion& question);
   void writeAnswer(std::uint32_t index, const DnsAnswer& answer);
   void writeFlags(const DnsHeader& header);
+  void addProcess(std::string_view processes);
   void writePacket(bool isResponse, const MessageOrigin& origin);
 
-  const std::string dnsServers_;
+  std::string dnsServers_;
   TextBuffer text_;
   std::size_t endOfId_ = 0;
+  std::size_t endOfPacket_ = 0;
   struct {
     std::size_t begin;
     std::size_t size;

@@ -18,10 +18,18 @@ void forEachMember(MaybeConst<EventSystem> auto& system, auto&& member) {
   member(JsonKey("local_address"), system.localAddress);
 }
 
+void forEachMember(MaybeConst<EventParent> auto& parent, auto&& member) {
+  member(JsonKey("pid"), parent.pid);
+  member(JsonKey("name"), parent.name);
+}
+
 void forEachMember(MaybeConst<EventProcess> auto& process, auto&& member) {
   member(JsonKey("pid"), process.pid);
   member(JsonKey("name"), process.name);
   member(JsonKey("user"), process.user);
+  member(JsonKey("unit"), process.unit);
+  member(JsonKey("parent"), process.parent);
+  member(JsonKey("executable"), process.executable);
 }
 
 void forEachMember(MaybeConst<Query> auto& query, auto&& member) {
@@ -58,12 +66,20 @@ void forEachMember(MaybeConst<DnsPacket> auto& packet, auto&& member) {
   member(JsonKey("queried_servers"), packet.queriedServers);
 }
 
+void forEachMember(MaybeConst<EventExchange> auto& exchange, auto&& member) {
+  member(JsonKey("server"), exchange.server);
+  member(JsonKey("client_port"), exchange.clientPort);
+  member(JsonKey("transport"), exchange.transport);
+  member(JsonKey("duration_us"), exchange.durationUs);
+}
+
 void forEachMember(MaybeConst<ToviDNSEvent> auto& event, auto&& member) {
   member(JsonKey("timestamp"), event.timestamp);
   member(JsonKey("version"), event.version);
   member(JsonKey("system"), event.system);
   member(JsonKey("process"), event.process);
   member(JsonKey("dns_packet"), event.dnsPacket);
+  member(JsonKey("exchange"), event.exchange);
 }
 
 }  // namespace tovi

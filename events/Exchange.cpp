@@ -32,7 +32,7 @@ Exchange::Exchange(const ExchangePacket& first)
     : hash_(hash(first.dns)),
       id_(first.dns.id),
       question_(*first.dns.question),
-      server_(first.seen.server),
+      asked_(first.seen),
       clients_{first.seen.client},
       begun_(first.seen.time),
       sent_(first.seen.time) {}
@@ -68,7 +68,7 @@ Exchange::Fit Exchange::fitOfQuery(const ExchangePacket& packet) const {
   if (bothKnown && *pid_ != process->pid) return Fit::none;
   if (hasClient(seen.client)) return Fit::sameClient;
   if (bothKnown) return Fit::sameProcess;
-  const bool isCrossing = seen.server == server_ && isWithin(seen.time, sent_, kCrossingTime);
+  const bool isCrossing = seen.server == asked_.server && isWithin(seen.time, sent_, kCrossingTime);
   return isCrossing ? Fit::sameCrossing : Fit::none;
 }
 
@@ -89,6 +89,16 @@ void Exchange::add(const ExchangePacket& packet) {
   if (!isOver_ && !isTruncated(packet.dns)) answered_ = packet.seen.time;
 }
 
+// Behind a translation of addresses, the response that is seen first can have the port of the
+// translation; the sender's own is that of its query.
+std::optional<EventExchange> Exchange::outline(const Sighting& response) const {
+  auto outline = outlineOf(response);
+  if (!outline || asked_.isResponse) return outline;
+  if (asked_.server == response.server) outline->clientPort = asked_.client.port;
+  outline->durationUs = (response.time - begun_).count();
+  return outline;
+}
+
 void Exchange::end(std::chrono::microseconds time) {
   answered_ = time;
   isOver_ = true;
@@ -100,7 +110,10 @@ void Exchange::addQuery(const ExchangePacket& packet) {
   const bool isSentAgain = hasClient(seen.client) || packet.process;
   if (isSentAgain) sent_ = std::max(sent_, seen.time);
   begun_ = std::min(begun_, seen.time);
-  if (packet.process) pid_ = packet.process->pid;
+  if (packet.process) {
+    pid_ = packet.process->pid;
+    asked_ = seen;
+  }
   if (!hasClient(seen.client) && clients_.size() < kMostClients) clients_.push_back(seen.client);
 }
 

@@ -33,6 +33,9 @@ class Exchange {
   /// The packet belongs to the exchange.
   void add(const ExchangePacket& packet);
 
+  /// What is told of the exchange that `response` answers.
+  std::optional<EventExchange> outline(const Sighting& response) const;
+
   /// Null once the exchange is over.
   const ToviDNSEventPointer& event() const { return event_; }
   void setEvent(ToviDNSEventPointer event) { event_ = std::move(event); }
@@ -55,7 +58,9 @@ class Exchange {
   std::int64_t id_;
   Query question_;
   std::optional<std::int64_t> pid_;
-  std::string server_;
+  /// The query as it was first seen, or as last seen with its sender; a response when that came
+  /// first.
+  Sighting asked_;
   /// Of the same query, each translation of addresses makes another.
   std::vector<Endpoint> clients_;
   std::chrono::microseconds begun_;

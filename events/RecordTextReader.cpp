@@ -48,6 +48,12 @@ void RecordTextReader::add(const Item& item) {
     flags = value;
   } else if (key == kPacket) {
     packet = value;
+  } else if (key == kUnit) {
+    unit = value;
+  } else if (key == kParent) {
+    parent = value;
+  } else if (key == kExecutable) {
+    executable = value;
   } else if (key == kDnsServers) {
     dnsServers = value;
   }

@@ -39,6 +39,9 @@ struct RecordTextReader {
   List answers;
   std::string_view flags;
   std::string_view packet;
+  std::string_view unit;
+  std::string_view parent;
+  std::string_view executable;
   std::string_view dnsServers;
 
  private:

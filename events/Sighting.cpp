@@ -25,4 +25,13 @@ std::optional<Sighting> sightingFrom(std::string_view packetItem) {
       .time = std::chrono::microseconds(std::clamp<std::int64_t>(*microseconds, 0, kLatest))};
 }
 
+std::optional<EventExchange> outlineOf(const Sighting& packet) {
+  if (packet.transport.empty()) return std::nullopt;
+  EventExchange outline;
+  outline.server = packet.server;
+  outline.clientPort = packet.client.port;
+  outline.transport = packet.transport;
+  return outline;
+}
+
 }  // namespace tovi

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "events/ToviDNSEvent.h"
+
 namespace tovi {
 
 /// The address and port of who asks.
@@ -25,6 +27,9 @@ struct Sighting {
   /// When it was captured, since 1970.
   std::chrono::microseconds time{0};
 };
+
+/// What is told of an exchange of which this packet alone was seen; nothing when that is unknown.
+std::optional<EventExchange> outlineOf(const Sighting& packet);
 
 /// What the packet item of a record text says; nothing when it is none.
 std::optional<Sighting> sightingFrom(std::string_view packetItem);

@@ -25,11 +25,23 @@ struct EventSystem {
   bool operator==(const EventSystem&) const = default;
 };
 
+/// The process that started another.
+struct EventParent {
+  std::int64_t pid = 0;
+  std::optional<std::string> name;
+  bool operator==(const EventParent&) const = default;
+};
+
 /// The local process that sent a query.
 struct EventProcess {
   std::int64_t pid = 0;
   std::optional<std::string> name;
   std::optional<std::string> user;
+  /// The systemd unit or the container of its control group.
+  std::optional<std::string> unit = {};
+  std::optional<EventParent> parent = {};
+  /// The path of its program.
+  std::optional<std::string> executable = {};
   bool operator==(const EventProcess&) const = default;
 };
 
@@ -75,6 +87,18 @@ struct DnsPacket {
   bool operator==(const DnsPacket&) const = default;
 };
 
+/// How the question and its answer crossed the network.
+struct EventExchange {
+  /// The address of the server that answered.
+  std::optional<std::string> server;
+  std::optional<std::int64_t> clientPort;
+  /// "udp" or "tcp".
+  std::optional<std::string> transport;
+  /// Microseconds from the query, when it was first seen, to the response.
+  std::optional<std::int64_t> durationUs;
+  bool operator==(const EventExchange&) const = default;
+};
+
 /// One DNS exchange, the process that asked, and the host it happened on. Shared between threads
 /// once handed on, and never changed from then.
 struct ToviDNSEvent {
@@ -85,6 +109,7 @@ struct ToviDNSEvent {
   std::shared_ptr<const EventSystem> system;
   std::optional<EventProcess> process;
   std::optional<DnsPacket> dnsPacket;
+  std::optional<EventExchange> exchange;
 };
 
 using ToviDNSEventPointer = std::shared_ptr<const ToviDNSEvent>;

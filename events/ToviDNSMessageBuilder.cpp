@@ -89,7 +89,7 @@ bool ToviDNSMessageBuilder::parseDataIntoEvent(const RecordTextReader& data, std
   Sighting seen;
   seen.isResponse = isWhole(packet);
   seen = sightingFrom(data.packet).value_or(seen);
-  if (!join(event, {packet, seen, firstProcess(data.process)}) || !isWhole(packet)) return true;
+  if (!join(event, {packet, seen, sendingProcess(data)}) || !isWhole(packet)) return true;
   events_.add();
   packer_.addMessage(std::move(event));
   return true;
@@ -107,6 +107,7 @@ bool ToviDNSMessageBuilder::join(const std::shared_ptr<ToviDNSEvent>& event,
   }
   begin(*event, exchange ? exchange->event().get() : nullptr);
   if (!event->process) event->process = packet.process;
+  event->exchange = exchange ? exchange->outline(packet.seen) : outlineOf(packet.seen);
   if (!isWhole(packet.dns)) {
     container_.set(exchange, packet, event);
   } else if (!isAlone) {

@@ -24,6 +24,8 @@ namespace {
 
 constexpr std::array kLinkTypes = {1, 113, 276, 0, 108, 101, 9, 50, 51, 12, 228, 229};
 constexpr std::string_view kProcesses = "COMMAND PID USER\nevil!,; 17 root\x01\xff 4u\n";
+constexpr const char* kUnit = "a!b,c;d\\e\n\xff";
+constexpr std::string_view kUnitText = R"(a\033b\044c\059d\092e\010\255)";
 constexpr std::string_view kDnsServers = "192.0.2.53;192.0.2.54";
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
@@ -150,6 +152,11 @@ class TextCheck {
     items.take("flags", 6);
     const auto packet = items.take("packet", 6);
     require(packet[0] == "query" || packet[0] == "response");
+    if (items.nextIs("unit")) {
+      require(items.take("unit") == kUnitText);
+      require(items.take("parent").substr(3) == kUnitText);
+      require(items.take("executable") == kUnitText);
+    }
     require(items.take("dnsServers") == kDnsServers);
     require(items.atEnd());
     const std::size_t before = events_.events().size();
@@ -215,13 +222,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace tovi;
   fuzz::TextCheck checkText;
   fuzz::ObserverCheck checkObserved;
-  PacketHandler handler(
-      {.processLookup =
-           [](const auto&) { return platform::QuerySender{.rows = std::string(fuzz::kProcesses)}; },
-       .sink = [&](std::string_view text) { checkText(text); },
-       .observer = &checkObserved,
-       .abandoned = [](Undecodable) {}},
-      std::string(fuzz::kDnsServers));
+  PacketHandler handler({.processLookup =
+                             [](const auto&) {
+                               return platform::QuerySender{.rows = std::string(fuzz::kProcesses),
+                                                            .unit = fuzz::kUnit,
+                                                            .parentProcess = 16,
+                                                            .parentName = fuzz::kUnit,
+                                                            .executable = fuzz::kUnit};
+                             },
+                         .sink = [&](std::string_view text) { checkText(text); },
+                         .observer = &checkObserved,
+                         .dnsServers = [] { return std::string(fuzz::kDnsServers); },
+                         .abandoned = [](Undecodable) {}});
   ByteCursor cursor(std::as_bytes(std::span(data, size)));
   const int linkType = fuzz::kLinkTypes[cursor.u8() % fuzz::kLinkTypes.size()];
   std::chrono::system_clock::time_point time;

@@ -60,10 +60,11 @@ bool isSameBesideProcess(const RecordTextReader& a, const RecordTextReader& b) {
 /// The event of a message that came from these processes.
 ToviDNSEventPointer eventOf(std::string_view processes) {
   DnsMessage message(std::as_bytes(std::span(kResponse)));
-  RecordTextWriter writer("192.0.2.53");
+  RecordTextWriter writer;
+  writer.setDnsServers("192.0.2.53");
   writer.write(message, {});
   const std::string plain(writer.text());
-  writer.addProcess(processes);
+  writer.addSender({.rows = std::string(processes)});
   require(isSameBesideProcess(RecordTextReader(plain), RecordTextReader(writer.text())));
   EventCheck check;
   check.feed(writer.text());

@@ -69,8 +69,8 @@ class Report {
   tovi::PacketHandler handler_{
       {.processLookup = [this](const auto& query) { return timedLookup(query); },
        .sink = [this](std::string_view text) { asked_ = between(text, ",query0!", ";"); },
-       .abandoned = [](tovi::Undecodable) {}},
-      ""};
+       .dnsServers = [] { return std::string(); },
+       .abandoned = [](tovi::Undecodable) {}}};
 };
 
 }  // namespace

@@ -37,7 +37,7 @@ BENCHMARK(frameToMessage)->Unit(benchmark::kMillisecond);
 /// The writer takes the message's fields as it reads them, so this holds the reading once more.
 static void messageToRecordText(benchmark::State& state) {
   const auto& messages = Inputs::shared().messages();
-  RecordTextWriter writer("192.0.2.53");
+  RecordTextWriter writer;
   Measurement measurement(state, "packet", messages.size());
   for (auto pass : state) {
     for (std::size_t at = 0; at < messages.size(); ++at) {
@@ -58,8 +58,8 @@ static void frameToRecordText(benchmark::State& state) {
       {.processLookup = [](const auto&) { return platform::QuerySender{.rows = kProcesses}; },
        .sink = [](std::string_view text) { benchmark::DoNotOptimize(text); },
        .observer = state.range(0) == 0 ? nullptr : &activity,
-       .abandoned = [](Undecodable) {}},
-      "192.0.2.53");
+       .dnsServers = [] { return "192.0.2.53"; },
+       .abandoned = [](Undecodable) {}});
   Measurement measurement(state, "packet", frames.size());
   for (auto pass : state) {
     for (const TimedFrame& frame : frames) {

@@ -49,7 +49,8 @@ void Inputs::addMessages() {
 }
 
 void Inputs::addTexts() {
-  RecordTextWriter writer("192.0.2.53");
+  RecordTextWriter writer;
+  writer.setDnsServers("192.0.2.53");
   for (const Octets& octets : messages_) {
     DnsMessage message(std::as_bytes(std::span(octets)));
     writer.write(message, origins_[texts_.size()]);

@@ -90,9 +90,9 @@ class WholePath {
   PacketHandler handler_{
       {.processLookup = [](const auto&) { return platform::QuerySender(); },
        .sink = [this](std::string_view text) { builder_.feed(text); },
+       .dnsServers = [] { return "192.0.2.53"; },
        .abandoned =
-           [](Undecodable) { throw std::logic_error("made-up traffic that cannot be decoded"); }},
-      "192.0.2.53"};
+           [](Undecodable) { throw std::logic_error("made-up traffic that cannot be decoded"); }}};
 };
 
 }  // namespace

@@ -68,9 +68,10 @@ inline std::string tcp(const std::string& payload, unsigned offset = 5, unsigned
          u32(0) + payload;
 }
 
-inline std::string ipv4(const std::string& payload, unsigned protocol = 17, unsigned fragment = 0) {
+inline std::string ipv4(const std::string& payload, unsigned protocol = 17, unsigned fragment = 0,
+                        std::uint32_t source = 0x7f000001, std::uint32_t destination = 0x7f000002) {
   return u16(0x4500) + u16(payload.size() + 20) + u16(1) + u16(fragment) + u16(64 << 8 | protocol) +
-         u16(0) + u32(0x7f000001) + u32(0x7f000002) + payload;
+         u16(0) + u32(source) + u32(destination) + payload;
 }
 
 inline std::string ipv6(const std::string& payload, unsigned nextHeader = 17) {
@@ -113,16 +114,19 @@ struct HandlerRecorder : MessageObserverProtocol {
   std::vector<std::string> observed;
   std::vector<Undecodable> abandoned;
   std::string processes;
+  platform::QuerySender sender;
+  std::string dnsServers = "192.168.1.1";
   std::vector<platform::CapturedQuery> lookedUp;
   PacketHandler handler{{.processLookup =
                              [this](const platform::CapturedQuery& query) {
                                lookedUp.push_back(query);
-                               return platform::QuerySender{.rows = processes};
+                               sender.rows = processes;
+                               return sender;
                              },
                          .sink = [this](std::string_view text) { texts.emplace_back(text); },
                          .observer = this,
-                         .abandoned = [this](Undecodable reason) { abandoned.push_back(reason); }},
-                        "192.168.1.1"};
+                         .dnsServers = [this] { return dnsServers; },
+                         .abandoned = [this](Undecodable reason) { abandoned.push_back(reason); }}};
 };
 
 /// The text of one message in an IPv4 packet from port 53; none when it was abandoned.

@@ -71,6 +71,34 @@ TEST(RecordTextTest, ProcessItemKeepsItsLinesAndAddsNoItems) {
   }
 }
 
+TEST(RecordTextTest, WhatIsKnownOfTheSenderAddsNoItems) {
+  HandlerRecorder recorder;
+  recorder.processes = "h\nc 7 u 3u\n";
+  recorder.give(101, ipv4(queryDatagram()));
+  recorder.sender = {
+      .unit = "a!b,c", .parentProcess = 17, .parentName = "d;e", .executable = "/f\\ \n"};
+  recorder.give(101, ipv4(queryDatagram()));
+  EXPECT_EQ(between(recorder.texts.at(0), ";40000;127.0.0.2;0", ",dnsServers!"), "");
+  EXPECT_EQ(between(recorder.texts.at(1), ";40000;127.0.0.2;0", ",dnsServers!"),
+            R"(,unit!a\033b\044c,parent!17;d\059e,executable!/f\092 \010)");
+  EXPECT_EQ(between(recorder.texts.at(1), "id!4660", ",opcode"), ",process!h\nc 7 u 3u\n");
+}
+
+TEST(RecordTextTest, ServersAreReadAgainAfterAWhileOfCapture) {
+  HandlerRecorder recorder;
+  const auto serversAt = [&](int milliseconds) {
+    recorder.time = std::chrono::system_clock::time_point(std::chrono::milliseconds(milliseconds));
+    recorder.give(101, ipv4(queryDatagram()));
+    return recorder.texts.back().substr(recorder.texts.back().find(",dnsServers!") + 12);
+  };
+  EXPECT_EQ(serversAt(5000), "192.168.1.1");
+  recorder.dnsServers = "9.9.9.9;192.168.1.1";
+  EXPECT_EQ(serversAt(5999), "192.168.1.1");
+  EXPECT_EQ(serversAt(6000), "9.9.9.9;192.168.1.1");
+  recorder.dnsServers = "";
+  EXPECT_EQ(serversAt(3000), "") << "the clock was set back";
+}
+
 TEST(RecordTextTest, ObserverIsToldWhoAskedAndWhoAnsweredWhat) {
   HandlerRecorder recorder;
   recorder.processes = " by dig";

@@ -169,6 +169,25 @@ TEST_F(Builder, ProcessComesFromTheFirstRow) {
   }
 }
 
+TEST_F(Builder, WhatIsKnownOfTheProcessIsToldAndNothingElse) {
+  const std::string rows = "process!COMMAND PID USER FD\ncurl 512 alice 9u\n,";
+  const std::string rest = "query0!a;A;IN,answer0!1;A;IN;1;a";
+  const std::pair<std::string, EventProcess> cases[] = {
+      {"", {512, "curl", "alice"}},
+      {"unit!ssh.service,parent!90;my sh,executable!/usr/bin/curl,",
+       {512, "curl", "alice", "ssh.service", EventParent{90, "my sh"}, "/usr/bin/curl"}},
+      {"parent!90;,", {512, "curl", "alice", {}, EventParent{90, {}}, {}}},
+      {"parent!90,", {512, "curl", "alice", {}, EventParent{90, {}}, {}}},
+      {"parent!x;sh,unit!,", {512, "curl", "alice"}},
+  };
+  for (int id = 1; const auto& [items, process] : cases) {
+    builder_.feed("id!" + std::to_string(id++) + "," + rows + items + rest);
+    EXPECT_EQ(packer_.events.back()->process, process) << items;
+  }
+  builder_.feed("id!9,unit!ssh.service,parent!90;sh,executable!/bin/sh," + rest);
+  EXPECT_FALSE(packer_.events.back()->process);
+}
+
 TEST_F(Builder, ThreadsFeedDifferentExchangesAtOnce) {
   constexpr int kThreads = 4;
   constexpr int kExchanges = 20;

@@ -16,14 +16,16 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kFullEvent =
     R"({"timestamp":"2022-01-25T17:02:52Z","version":"1.0.0.0","system":{"name":"mac-01",)"
     R"("logged_users":[{"name":"alice","full_name":"Alice Example","sessions":["s1","s2"]}],)"
-    R"("local_address":["192.168.1.20"]},"process":{"pid":512,"name":"Safari","user":"alice"},)"
+    R"("local_address":["192.168.1.20"]},"process":{"pid":512,"name":"Safari","user":"alice",)"
+    R"("unit":"app.scope","parent":{"pid":1,"name":"init"},"executable":"/bin/safari"},)"
     R"("dns_packet":{"id":4660,"op_code":"QUERY","response_code":"NOERROR","question":)"
     R"({"type":"A","name":"a\\044b.org","query_class":"IN"},"flags":{"authoritative":false,)"
     R"("recursion_available":true,"truncated_response":false,"checking_disabled":false,)"
     R"("recursion_desired":true,"authentic_data":false},"answers":[{"name":"example.org",)"
     R"("type":"A","answer_class":"IN","ttl":4294967295,"data":"93.184.216.34"},)"
     R"({"name":"example.org","type":"TXT","data":"\"x\""}],"answers_left_out":3,)"
-    R"("queried_servers":[]}})";
+    R"("queried_servers":[]},"exchange":{"server":"9.9.9.9","client_port":40001,)"
+    R"("transport":"udp","duration_us":9000}})";
 
 // A full event with one member replaced.
 Json fullEventWith(const char* pointer, Json value) {
@@ -61,9 +63,10 @@ TEST(EventJson, EveryTextIsWrittenAsTheLibraryWritesIt) {
 }
 
 TEST(EventJson, MissingRequiredMemberIsRefused) {
-  for (const char* pointer : {"/process/pid", "/dns_packet/id", "/dns_packet/flags/authoritative",
-                              "/dns_packet/flags/authentic_data", "/dns_packet/answers/0/name",
-                              "/dns_packet/answers/0/type", "/dns_packet/answers/0/data"}) {
+  for (const char* pointer :
+       {"/process/pid", "/process/parent/pid", "/dns_packet/id", "/dns_packet/flags/authoritative",
+        "/dns_packet/flags/authentic_data", "/dns_packet/answers/0/name",
+        "/dns_packet/answers/0/type", "/dns_packet/answers/0/data"}) {
     const Json::json_pointer member(pointer);
     auto json = Json::parse(kFullEvent);
     json[member.parent_pointer()].erase(member.back());

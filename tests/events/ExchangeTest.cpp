@@ -224,6 +224,34 @@ TEST(Exchange, QueryWithAnswersOfItsOwnIsAnEventThatNothingElseCompletes) {
   scene.expect({{0, 1}, {512, 0}});
 }
 
+TEST(Exchange, EventTellsServerPortTransportAndDuration) {
+  const auto outlineAfter = [](const std::vector<std::string>& texts) {
+    Scene scene;
+    scene.feed(texts);
+    return scene.packer_.events.at(0)->exchange;
+  };
+  const std::string inside = "10.0.3.2;40001;9.9.9.9", outside = "192.168.1.20;61000;9.9.9.9";
+  const std::string next = "192.168.1.20;40002;192.168.1.2";
+  const std::tuple<const char*, std::vector<std::string>, EventExchange> cases[] = {
+      {"asked and answered",
+       {query({.pid = 512}), response({.milliseconds = 9})},
+       {"192.168.1.1", 40001, "udp", 9000}},
+      {"response alone", {response({})}, {"192.168.1.1", 40001, "udp", {}}},
+      {"response alone, after a failure",
+       {failure({}), response({.milliseconds = 9})},
+       {"192.168.1.1", 40001, "udp", {}}},
+      {"translated address",
+       {query({.flow = inside, .pid = 512}), query({.flow = outside, .milliseconds = 1}),
+        response({.flow = outside, .milliseconds = 9})},
+       {"9.9.9.9", 40001, "udp", 9000}},
+      {"sent again to another server",
+       {query({.pid = 512}), query({.flow = next, .milliseconds = 5000, .pid = 512}),
+        response({.flow = next, .milliseconds = 5009})},
+       {"192.168.1.2", 40002, "udp", 5'009'000}},
+  };
+  for (const auto& [name, texts, outline] : cases) EXPECT_EQ(outlineAfter(texts), outline) << name;
+}
+
 TEST(Exchange, InterfacesThatTellAtOnceMakeOneEventOfEachExchange) {
   Scene scene;
   constexpr int kExchanges = 300;

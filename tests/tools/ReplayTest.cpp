@@ -13,14 +13,15 @@ namespace {
 // A pcap file of exchanges, one a second.
 struct Capture {
   void addExchange(unsigned id, const std::string& name) {
-    addFrame(udp(dnsMessage(id, 0x0100, {question(name)})));
-    addFrame(udp(dnsMessage(id, 0x8180, {question(name)}, {record(1, "\xC0\0\2\1"s)}), 53, 40000));
+    addFrame(ipv4(udp(dnsMessage(id, 0x0100, {question(name)}))));
+    const auto answer = dnsMessage(id, 0x8180, {question(name)}, {record(1, "\xC0\0\2\1"s)});
+    addFrame(ipv4(udp(answer, 53, 40000), 17, 0, 0x7f000002, 0x7f000001), 1500);
     ++second;
   }
-  void addFrame(const std::string& datagram) {
-    const auto frame = ethernet(ipv4(datagram));
+  void addFrame(const std::string& packet, std::uint32_t microseconds = 0) {
+    const auto frame = ethernet(packet);
     const auto size = u32(static_cast<std::uint32_t>(frame.size()));
-    bytes += u32(second) + u32(0) + size + size + frame;
+    bytes += u32(second) + u32(microseconds) + size + size + frame;
   }
 
   std::uint32_t second = 1643130172;
@@ -54,7 +55,8 @@ class Replay : public Pipeline {
       R"("query_class":"IN"},"flags":{"authoritative":false,"recursion_available":true,)"
       R"("truncated_response":false,"checking_disabled":false,"recursion_desired":true,)"
       R"("authentic_data":false},"answers":[{"name":"abc","type":"A","answer_class":"IN",)"
-      R"("ttl":300,"data":"192.0.2.1"}],"queried_servers":[]}})"
+      R"("ttl":300,"data":"192.0.2.1"}],"queried_servers":[]},"exchange":{"server":"127.0.0.2",)"
+      R"("client_port":40000,"transport":"udp","duration_us":1500}})"
       "\n";
   Capture capture_;
   std::string limits_;
@@ -77,7 +79,7 @@ TEST_F(Replay, RecordsArePrinted) {
             "packet!query;udp;127.0.0.1;40000;127.0.0.2;1643130172000000,dnsServers!\n"
             "id!7,opcode!0,response!0,query0!abc;A;IN,answer0!192.0.2.1;A;IN;300;abc,"
             "flags!0;1;0;0;1;0,"
-            "packet!response;udp;127.0.0.2;40000;127.0.0.1;1643130172000000,dnsServers!\n");
+            "packet!response;udp;127.0.0.1;40000;127.0.0.2;1643130172001500,dnsServers!\n");
 }
 
 TEST_F(Replay, IntervalAndCollectorLeaveEventsOut) {

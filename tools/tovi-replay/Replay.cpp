@@ -105,8 +105,8 @@ PacketHandler Replay::makeHandler() {
   return PacketHandler({.processLookup = [](const auto&) { return platform::QuerySender(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
                         .observer = figures_ ? &*figures_ : nullptr,
-                        .abandoned = [this](Undecodable reason) { noteFailure(reason); }},
-                       "");
+                        .dnsServers = [] { return std::string(); },
+                        .abandoned = [this](Undecodable reason) { noteFailure(reason); }});
 }
 
 void Replay::takeRecord(std::string_view recordText) {
