@@ -5,7 +5,7 @@ design, such as disabling the agent, is not among them."""
 import contextlib
 import string
 
-from support.bus import INTERFACE, NAME, PATH, BusError, Connection, message, types
+from support.bus import INTERFACE, NAME, PATH, BusError, Connection, message
 
 METHODS = {"GetActivationStatus": "", "GetDNSMessages": "", "SetActivationData": "s",
            "SetMessageDeliveryState": "ssas", "GetStatusEvent": "b", "GetAgentSettings": ""}
@@ -41,15 +41,26 @@ def _value(random, kind):
         return random.choice([0, 1, 127])
     if kind == "v":
         inner = random.choice(["s", "as", "x", "v"])
-        return inner, _values(random, inner)
+        return inner, _value(random, inner)
     if kind[0] == "a":
         count = random.choice([0, 1, 2, 3])
         return [_value(random, kind[1:]) for _ in range(count)]
-    return _values(random, kind[1:-1])
+    return tuple(_values(random, kind[1:-1]))
+
+
+def _types(signature):
+    """The complete types that a signature is made of."""
+    while signature:
+        end = depth = 0
+        while end == 0 or depth > 0 or signature[end - 1] == "a":
+            depth += (signature[end] in "({") - (signature[end] in ")}")
+            end += 1
+        yield signature[:end]
+        signature = signature[end:]
 
 
 def _values(random, signature):
-    return [_value(random, kind) for kind in types(signature)]
+    return [_value(random, kind) for kind in _types(signature)]
 
 
 def _call(random):
@@ -118,7 +129,7 @@ class Attacker:
 
     def _leave(self):
         if self.connection:
-            self.connection.socket.close()
+            self.connection.close()
         self.connection = None
 
     def _count(self, what):
