@@ -63,7 +63,17 @@ PropertyDictionary DaemonStatistics::counters() {
   if (const auto waiting = sources_.persistence.waiting()) {
     counters[kBatchesWaiting] = valueOf(*waiting);
   }
+  addLookups(counters);
   return counters;
+}
+
+void DaemonStatistics::addLookups(PropertyDictionary& counters) const {
+  const auto report = sources_.finder.report();
+  counters[kFoundByKernel] = valueOf(report.foundByKernel);
+  counters[kFoundBySearch] = valueOf(report.foundBySearch);
+  counters[kFoundByLsof] = valueOf(report.foundByLsof);
+  counters[kSendersForgotten] = valueOf(report.sendersForgotten);
+  counters[kProcessLookup] = {report.way + (report.reason.empty() ? "" : ": " + report.reason)};
 }
 
 PropertyDictionary DaemonStatistics::activity() {

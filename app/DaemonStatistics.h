@@ -8,6 +8,7 @@
 #include "events/ToviDNSMessageBuilder.h"
 #include "pipeline/MessagePacker.h"
 #include "pipeline/MessagePersistence.h"
+#include "platform/ProcessLookup.h"
 #include "service/GetStatisticsProtocol.h"
 
 namespace tovi {
@@ -18,6 +19,7 @@ class DaemonStatistics : public GetStatisticsProtocol {
   /// All must outlive it.
   struct Sources {
     const PacketReceiver& capture;
+    const platform::ProcessFinder& finder;
     const DNSMessageContainer& container;
     const ToviDNSMessageBuilder& builder;
     const MessagePacker& packer;
@@ -31,6 +33,8 @@ class DaemonStatistics : public GetStatisticsProtocol {
   PropertyDictionary activity() override;
 
  private:
+  void addLookups(PropertyDictionary& counters) const;
+
   const Sources sources_;
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };

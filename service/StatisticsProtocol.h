@@ -6,8 +6,8 @@ namespace tovi::statistics {
 
 inline constexpr const char* kInterfaceName = "io.tovi.ToviStatistics";
 
-/// () -> a{sv}: what was done and what was lost since the daemon started, by the keys below, all of
-/// them 64-bit integers. One that cannot be told now is left out.
+/// () -> a{sv}: what was done and what was lost since the daemon started, by the keys below: 64-bit
+/// integers, and one text. What cannot be told now is left out.
 inline constexpr const char* kGetCounters = "GetCounters";
 
 inline constexpr const char* kUptimeSeconds = "uptime_seconds";
@@ -23,6 +23,15 @@ inline constexpr const char* kMessages = "messages";
 /// Queries whose process was looked for, and those of them for which none was found.
 inline constexpr const char* kLookups = "lookups";
 inline constexpr const char* kLookupsWithoutProcess = "lookups_without_process";
+/// Those for which one was found, by way: in what the kernel noted, by a search in /proc, by lsof.
+inline constexpr const char* kFoundByKernel = "processes_found_by_kernel";
+inline constexpr const char* kFoundBySearch = "processes_found_by_search";
+inline constexpr const char* kFoundByLsof = "processes_found_by_lsof";
+/// What the kernel noted and forgot to make room for newer notes, since tovi-attach was run.
+inline constexpr const char* kSendersForgotten = "senders_forgotten";
+/// A text: the way in force ("kernel", "search", "lsof" or "none"); behind ": " why it is no better
+/// one.
+inline constexpr const char* kProcessLookup = "process_lookup";
 /// Exchanges that had no answer yet and were forgotten to make room for newer ones; an answer that
 /// still comes makes an event without its process. Most of them failed, and nothing is lost.
 inline constexpr const char* kExchangesForgotten = "exchanges_forgotten";

@@ -196,6 +196,13 @@ TEST_F(DaemonTest, StatisticsShowTheExchangeToThoseWhoMayCall) {
        {"packets_captured", "messages", "lookups", "events", "batches_stored", "batches_waiting"}) {
     EXPECT_GE(std::get<std::int64_t>(counters.at(key).value), 1) << key;
   }
+  const auto count = [&](const char* key) {
+    return std::get<std::int64_t>(counters.at(key).value);
+  };
+  EXPECT_EQ(count("processes_found_by_kernel") + count("processes_found_by_search"),
+            count("lookups") - count("lookups_without_process"));
+  EXPECT_EQ(std::get<std::string>(counters.at("process_lookup").value).substr(0, 6),
+            count("processes_found_by_kernel") > 0 ? "kernel" : "search");
   for (const char* key : {"packets_undecodable", "batches_dropped"}) {
     EXPECT_EQ(std::get<std::int64_t>(counters.at(key).value), 0) << key;
   }

@@ -34,15 +34,26 @@ static Section captureSection(const Counters& counters) {
            {"DNS messages", text(countOf(counters, statistics::kMessages))}}};
 }
 
-static Section eventSection(const Counters& counters) {
+// What the kernel tells leaves nobody out; other ways do.
+static Section lookupSection(const Counters& counters) {
   const auto lookups = countOf(counters, statistics::kLookups);
   const auto without = countOf(counters, statistics::kLookupsWithoutProcess);
+  const auto way = textOf(counters, statistics::kProcessLookup);
+  return {"Process lookups",
+          {{"Way", way, way == "kernel" ? Tone::Plain : Tone::Warning},
+           {"Lookups", text(lookups)},
+           {"Without a process", withShare(without, lookups, "lookups")},
+           {"Found by the kernel", text(countOf(counters, statistics::kFoundByKernel))},
+           {"Found by search", text(countOf(counters, statistics::kFoundBySearch))},
+           {"Found by lsof", text(countOf(counters, statistics::kFoundByLsof))},
+           {"Forgotten notes", text(countOf(counters, statistics::kSendersForgotten))}}};
+}
+
+static Section eventSection(const Counters& counters) {
   const auto events = countOf(counters, statistics::kEvents);
   const auto repeated = countOf(counters, statistics::kEventsRepeated);
   return {"Events",
-          {{"Process lookups", text(lookups)},
-           {"Without a process", withShare(without, lookups, "lookups")},
-           {"Forgotten unanswered", text(countOf(counters, statistics::kExchangesForgotten))},
+          {{"Forgotten unanswered", text(countOf(counters, statistics::kExchangesForgotten))},
            {"Messages refused", text(countOf(counters, statistics::kMessagesRefused))},
            {"Events", text(events)},
            {"Repeated, left out", withShare(repeated, events, "events")}}};
@@ -63,6 +74,7 @@ std::vector<Section> counterSections(const Counters& counters) {
   return {{"Since the daemon started",
            {{"Up for", uptime ? durationText(std::chrono::seconds(*uptime)) : ""}}},
           captureSection(counters),
+          lookupSection(counters),
           eventSection(counters),
           batchSection(counters)};
 }

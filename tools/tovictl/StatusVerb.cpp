@@ -106,7 +106,8 @@ static std::optional<Counters> offeredCounters(Agent& agent) try {
 static std::string jsonOf(const OptionalText& message, const std::optional<Counters>& counters) {
   const auto parsed = message ? Json::parse(*message, nullptr, false) : Json();
   if (parsed.is_discarded()) throw std::runtime_error("the daemon's status message is no JSON");
-  return versionedLine({{"message", parsed}, {"counters", counters ? Json(*counters) : Json()}});
+  return versionedLine(
+      {{"message", parsed}, {"counters", counters ? ctl::jsonOf(*counters) : Json()}});
 }
 
 static std::vector<Section> allSections(const OptionalText& message,

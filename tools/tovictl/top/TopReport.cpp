@@ -66,7 +66,7 @@ static Json ratesJson(const TopModel& model) {
 std::string jsonReport(const TopModel& model, const std::string& time) {
   const auto& activity = model.sample()->activity;
   return versionedLine({{"time", time},
-                        {"counters", model.sample()->counters},
+                        {"counters", jsonOf(model.sample()->counters)},
                         {"rates", ratesJson(model)},
                         {"activity",
                          {{statistics::kWindowSeconds, activity.windowSeconds},
