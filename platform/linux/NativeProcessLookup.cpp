@@ -16,8 +16,6 @@ namespace tovi::platform {
 namespace {
 
 constexpr std::size_t kMostOwners = 4;
-// For this long a process keeps its user and shares a socket with the same others.
-constexpr std::chrono::milliseconds kToldLifetime{100};
 
 bool isEffective(const __user_cap_data_struct (&capabilities)[2], unsigned capability) {
   return (capabilities[capability / 32].effective & (1u << capability % 32)) != 0;
@@ -33,14 +31,6 @@ void checkThatOthersCanBeRead() {
   if (!canList || !isEffective(own, CAP_SYS_PTRACE)) throwSystemError(EPERM, "descriptors");
 }
 
-bool isNamed(pid_t process, std::string_view name) {
-  const FileDescriptor file(
-      open(("/proc/" + std::to_string(process) + "/comm").c_str(), O_RDONLY | O_CLOEXEC));
-  std::array<char, 64> line;
-  const ssize_t length = read(file.get(), line.data(), line.size());
-  return length > 0 && std::string_view(line.data(), static_cast<std::size_t>(length) - 1) == name;
-}
-
 }  // namespace
 
 NativeProcessLookup::NativeProcessLookup() {
@@ -51,37 +41,22 @@ std::string NativeProcessLookup::find(const CapturedQuery& query) {
   const std::lock_guard lock(mutex_);
   const auto socket = table_.find(query);
   if (!socket) return {};
-  const auto now = Clock::now();
-  if (const Told* const told = told_.find(socket->inode); told && isStillTrue(*told, now)) {
-    return told->text;
-  }
-  const auto owners = ownersOf(socket->inode, [&] { return table_.find(query).has_value(); });
-  if (owners.empty()) return {};
-  auto text = lsofText(*socket, owners, services_);
-  told_.set(socket->inode, {socket->inode, owners, text, now});
-  return text;
-}
-
-bool NativeProcessLookup::isStillTrue(const Told& told, Clock::time_point now) {
-  const SocketLink socket(told.inode);
-  return now - told.time < kToldLifetime &&
-         std::ranges::all_of(told.owners, [&](const NamedOwner& each) {
-           return holds(each.owner, socket) && isNamed(each.owner.process, each.processName);
-         });
+  const auto owners = ownersOf(socket->inode);
+  return owners.empty() ? std::string() : lsofText(*socket, owners, services_);
 }
 
 // Children inherit a socket under its number.
-std::vector<NamedOwner> NativeProcessLookup::ownersOf(ino_t inode,
-                                                      const std::function<bool()>& isOpen) {
+std::vector<NamedOwner> NativeProcessLookup::ownersOf(ino_t inode) {
   std::vector<NamedOwner> owners;
   const SocketLink socket(inode);
-  auto next = search_.find(inode, isOpen);
+  auto next = search_.find(inode);
   while (next && owners.size() < kMostOwners) {
     const ProcessDirectory directory(next->process);
     if (!directory.holds(next->descriptor, socket)) break;
     const auto facts = directory.facts();
     if (!facts) break;
-    owners.push_back({*next, facts->name, accounts_.name(facts->user, Clock::now())});
+    owners.push_back(
+        {*next, facts->name, accounts_.name(facts->user, AccountNames::Time::clock::now())});
     next->process = facts->parent;
   }
   std::ranges::sort(owners, {}, [](const NamedOwner& each) { return each.owner.process; });

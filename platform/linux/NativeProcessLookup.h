@@ -1,7 +1,5 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -9,7 +7,6 @@
 #include "platform/linux/AccountNames.h"
 #include "platform/linux/LsofText.h"
 #include "platform/linux/OwnerSearch.h"
-#include "platform/linux/RecentMap.h"
 #include "platform/linux/ServiceNames.h"
 #include "platform/linux/SocketTable.h"
 
@@ -19,8 +16,7 @@ namespace tovi::platform {
 /// Nobody is named whose link was not read just before, in the same directory in /proc as the name,
 /// which is never another process's; a socket whose owner is not found is nobody's. Sees the
 /// sockets of its own network namespace, which is the one that it captures in, and the processes of
-/// its own PID namespace: one outside is not found, wherever its socket is. Keeps at most some 600
-/// KB in mind, those of the search included. Any thread.
+/// its own PID namespace: one outside is not found, wherever its socket is. Any thread.
 class NativeProcessLookup {
  public:
   /// Throws std::system_error where this way cannot work: the table cannot be asked, or this
@@ -35,19 +31,7 @@ class NativeProcessLookup {
   std::string find(const CapturedQuery& query);
 
  private:
-  using Clock = std::chrono::steady_clock;
-
-  /// What was found for a socket. To read all of it again for each question of a process takes
-  /// longer than the rest of the lookup.
-  struct Told {
-    ino_t inode;
-    std::vector<NamedOwner> owners;
-    std::string text;
-    Clock::time_point time;
-  };
-
-  std::vector<NamedOwner> ownersOf(ino_t inode, const std::function<bool()>& isOpen);
-  static bool isStillTrue(const Told& told, Clock::time_point now);
+  std::vector<NamedOwner> ownersOf(ino_t inode);
 
   std::mutex mutex_;
 
@@ -58,7 +42,6 @@ class NativeProcessLookup {
   SocketTable table_;
   OwnerSearch search_;
   AccountNames accounts_;
-  RecentMap<ino_t, Told> told_{128};
 };
 
 }  // namespace tovi::platform

@@ -12,18 +12,13 @@ namespace tovi::platform {
 NumberedEntries::NumberedEntries(const char* path)
     : directory_(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
 
-std::optional<NumberedEntries::Entry> NumberedEntries::next() {
+std::optional<int> NumberedEntries::next() {
   while (waiting_.empty()) {
     if (!refill()) return std::nullopt;
   }
-  const Entry entry = waiting_.back();
+  const int entry = waiting_.back();
   waiting_.pop_back();
   return entry;
-}
-
-void NumberedEntries::rewind() {
-  lseek(directory_.get(), 0, SEEK_SET);
-  waiting_.clear();
 }
 
 /// False at the end.
@@ -36,7 +31,7 @@ bool NumberedEntries::refill() {
     int number = 0;
     const char* const end = record->d_name + std::strlen(record->d_name);
     const auto [last, error] = std::from_chars(record->d_name, end, number);
-    if (error == std::errc() && last == end) waiting_.push_back({number, record->d_ino});
+    if (error == std::errc() && last == end) waiting_.push_back(number);
   }
   return count > 0;
 }

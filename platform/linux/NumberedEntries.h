@@ -14,17 +14,10 @@ namespace tovi::platform {
 /// process that has few descriptors shows the one that it opened last first. One thread at a time.
 class NumberedEntries {
  public:
-  struct Entry {
-    int number;
-    ino_t inode;
-  };
-
   explicit NumberedEntries(const char* path);
 
   /// None at the end, and when the directory is gone or cannot be read.
-  std::optional<Entry> next();
-  /// Begins anew.
-  void rewind();
+  std::optional<int> next();
   /// The directory, for calls such as readlinkat(2).
   int directory() const { return directory_.get(); }
 
@@ -32,7 +25,7 @@ class NumberedEntries {
   bool refill();
 
   FileDescriptor directory_;
-  std::vector<Entry> waiting_;
+  std::vector<int> waiting_;
 };
 
 }  // namespace tovi::platform

@@ -1,37 +1,36 @@
 #pragma once
 
-#include <functional>
+#include <chrono>
 #include <optional>
+#include <vector>
 
-#include "platform/linux/NewestProcesses.h"
-#include "platform/linux/ProcessScan.h"
-#include "platform/linux/RecentAskers.h"
-#include "platform/linux/SearchAllowance.h"
+#include "platform/linux/RecentMap.h"
+#include "platform/linux/SocketLink.h"
+#include "platform/linux/SocketOwner.h"
 
 namespace tovi::platform {
 
-/// Finds a process that holds a socket, which the kernel tells only by the links in /proc/PID/fd.
-/// Looks first where it is likely and cheap: where this socket was found before, at the processes
-/// that asked lately, at the newest processes; then goes on with a scan of all, for as long as
-/// SearchAllowance leaves processor time. Finds only processes that /proc shows: those of this PID
-/// namespace. Keeps at most 1,024 sockets and 4,096 processes in mind, about 300 KB. One thread at
-/// a time.
+/// Finds a process that holds a socket, which the kernel tells only by the links in /proc/PID/fd:
+/// where this socket was found before, else by a scan of the processes, those that were found
+/// before first, then those that were started last. A scan takes 10 ms of processor time at the
+/// most, and scans an eighth of the time, so that queries whose sender cannot be found do not hold
+/// the capture up. Finds only processes that /proc shows: those of this PID namespace. One thread
+/// at a time.
 class OwnerSearch {
  public:
-  /// None when it was not found in time, and on failure. `isOpen` tells whether there is such a
-  /// socket still; it is asked before the scan.
-  std::optional<SocketOwner> find(ino_t inode, const std::function<bool()>& isOpen);
+  /// None when nobody was found, when it is too early for a scan, and on failure.
+  std::optional<SocketOwner> find(ino_t inode);
 
  private:
-  std::optional<SocketOwner> findKnown(ino_t inode, const SocketLink& socket);
-  std::optional<SocketOwner> search(const SocketLink& socket, const std::function<bool()>& isOpen);
+  using Clock = std::chrono::steady_clock;
+
+  std::optional<SocketOwner> scan(const SocketLink& socket);
+  std::vector<pid_t> likelyFirst();
 
   RecentMap<ino_t, SocketOwner> owners_{512};
-  RecentAskers askers_;
-  NewestProcesses newest_;
-  ProcessScan scan_;
-  MissedProcesses missed_;
-  SearchAllowance allowance_{SearchAllowance::Clock::now()};
+  /// Their keys alone count.
+  RecentMap<pid_t, bool> askers_{64};
+  Clock::time_point nextScan_;
 };
 
 }  // namespace tovi::platform

@@ -2,8 +2,6 @@
 
 #include <sys/types.h>
 
-#include "platform/linux/ThreadClock.h"
-
 namespace tovi::platform {
 
 /// Where a socket was seen: /proc/PROCESS/fd/DESCRIPTOR.
@@ -13,12 +11,5 @@ struct SocketOwner {
   pid_t process;
   int descriptor;
 };
-
-/// When a search has to be given up.
-using Deadline = ThreadClock::time_point;
-
-inline bool isPast(Deadline deadline) {
-  return ThreadClock::now() >= deadline;
-}
 
 }  // namespace tovi::platform

@@ -16,9 +16,7 @@
 #include "platform/ProcessLookup.h"
 #include "platform/linux/AccountNames.h"
 #include "platform/linux/FileDescriptor.h"
-#include "platform/linux/MissedProcesses.h"
 #include "platform/linux/NativeProcessLookup.h"
-#include "platform/linux/SearchAllowance.h"
 
 namespace tovi::platform {
 namespace {
@@ -124,13 +122,12 @@ class ProcessLookupTest : public testing::Test {
       GTEST_SKIP() << error.what();
     }
     prctl(PR_GET_NAME, name_);
-    findInTime();
   }
   void TearDown() override { prctl(PR_SET_NAME, name_); }
 
   /// The text for a query from and to this address.
   std::string find(const Asker& asker, const char* address = kOwn) {
-    return native_->find(asker.datagram(address, address));
+    return findInTime(asker.datagram(address, address));
   }
   /// The process identifier in the first row; 0 when nobody was found.
   pid_t processOf(const Asker& asker, const char* address = kOwn) {
@@ -142,23 +139,11 @@ class ProcessLookupTest : public testing::Test {
     text >> command >> process;
     return process;
   }
-  /// Gives out as many identifiers as the search for the newest processes looks at, and more.
-  static void growOld() {
-    for (int count = 0; count < 140; ++count) {
-      const pid_t child = fork();
-      if (child == 0) _exit(0);
-      waitpid(child, nullptr, 0);
-    }
-  }
-
-  void findInTime() {
-    const Asker asker = Asker().connectTo(kOwn);
-    findInTime(asker.datagram(kOwn, kOwn));
-  }
-  /// Asks again while nobody is found, since a search may take several questions.
-  void findInTime(const CapturedQuery& datagram) {
-    int asked = 1;
-    while (native_->find(datagram).empty() && asked < 100000) ++asked;
+  /// Asks again while nobody is found, since a scan may have to wait for its turn.
+  std::string findInTime(const CapturedQuery& query) {
+    std::string text;
+    for (int asked = 0; text.empty() && asked < 100000; ++asked) text = native_->find(query);
+    return text;
   }
 
   std::unique_ptr<NativeProcessLookup> native_;
@@ -186,7 +171,7 @@ TEST_F(ProcessLookupTest, TextIsThatOfLsof) {
   });
   left.close();
   native_ = std::make_unique<NativeProcessLookup>();
-  findInTime(fromHeir);
+  EXPECT_NE(findInTime(fromHeir), "");
   for (const char* name : {"short", "fifteen letters", " a b", "\n1 2 root", "\t\r\b\f\\\x01\x1f",
                            "\x7f", "12345678\n"}) {
     prctl(PR_SET_NAME, name);
@@ -212,7 +197,7 @@ TEST_F(ProcessLookupTest, TextOfAConnectionIsThatOfLsof) {
   query.flow.sourcePort = ntohs(ends[1].sin_port);
   query.flow.destinationPort = ntohs(ends[0].sin_port);
   const std::string port = std::to_string(query.flow.sourcePort);
-  EXPECT_EQ(inNarrowColumns(native_->find(query)), lsof("-i4TCP:" + port));
+  EXPECT_EQ(inNarrowColumns(findInTime(query)), lsof("-i4TCP:" + port));
   query.transport = Transport::udp;
   EXPECT_EQ(native_->find(query), "");
 }
@@ -237,11 +222,12 @@ TEST_F(ProcessLookupTest, OnlyTheSocketOfTheFlowCounts) {
   EXPECT_EQ(processOf(dual), getpid());
   EXPECT_EQ(processOf(dual, "::1"), getpid());
   EXPECT_EQ(processOf(v6, "::1"), getpid());
-  EXPECT_EQ(find(v6), "");
+  EXPECT_EQ(native_->find(v6.datagram(kOwn, kOwn)), "");
   EXPECT_EQ(native_->find(connected.datagram(kOwn, "::ffff:127.0.0.2")), "");
   // As if forwarded for others, who took the same port.
-  EXPECT_EQ(find(dual, "::ffff:192.0.2.1"), "");
-  EXPECT_EQ(find(dual, "2001:db8::1"), "");
+  for (const char* const foreign : {"::ffff:192.0.2.1", "2001:db8::1"}) {
+    EXPECT_EQ(native_->find(dual.datagram(foreign, foreign)), "");
+  }
   const auto datagram = connected.datagram(kOwn, kOwn);
   connected.close();
   EXPECT_EQ(native_->find(datagram), "");
@@ -250,7 +236,12 @@ TEST_F(ProcessLookupTest, OnlyTheSocketOfTheFlowCounts) {
 TEST_F(ProcessLookupTest, LsofFindsByThePortAlone) {
   const Asker connected = Asker().connectTo(kOwn);
   const auto elsewhere = connected.datagram("::ffff:192.0.2.1", "::ffff:192.0.2.2");
-  EXPECT_TRUE(ProcessFinder("lsof").find(elsewhere).rows.starts_with("COMMAND"));
+  std::string rows;
+  // It may take longer than it is given when the machine is busy.
+  for (int tries = 0; rows.empty() && tries < 10; ++tries) {
+    rows = ProcessFinder("lsof").find(elsewhere).rows;
+  }
+  EXPECT_TRUE(rows.starts_with("COMMAND")) << rows;
   EXPECT_EQ(ProcessFinder("search").find(elsewhere).rows, "");
 }
 
@@ -261,22 +252,48 @@ TEST_F(ProcessLookupTest, DescriptorThatBecameAnotherNamesNobody) {
   EXPECT_EQ(processOf(asker), getpid());
   const auto datagram = asker.datagram(kOwn, kOwn);
   dup2(other.number(), asker.number());
-  EXPECT_NE(native_->find(datagram).find(std::to_string(heir->process)), std::string::npos);
-  EXPECT_EQ(native_->find(datagram).find(std::to_string(getpid())), std::string::npos);
+  const std::string text = findInTime(datagram);
+  EXPECT_NE(text.find(std::to_string(heir->process)), std::string::npos) << text;
+  EXPECT_EQ(text.find(std::to_string(getpid())), std::string::npos) << text;
   heir.reset();
   EXPECT_EQ(native_->find(datagram), "");
 }
 
-TEST_F(ProcessLookupTest, OldProcessIsFoundInTimeAndAtOnceFromThenOn) {
-  native_ = std::make_unique<NativeProcessLookup>();
-  growOld();
-  findInTime();
-  std::vector<Asker> kept;
-  for (int count = 0; count < 50; ++count) {
-    const Asker asker = Asker().connectTo(kOwn);
-    EXPECT_EQ(processOf(asker), getpid());
-    if (count % 10 == 0) kept.push_back(Asker().connectTo(kOwn));
+/// Sends a socket to nobody: it is open, and no process holds it.
+struct Unheld {
+  explicit Unheld(Asker asker) : query(asker.datagram(kOwn, kOwn)) {
+    int ends[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    held[0] = FileDescriptor(ends[0]);
+    held[1] = FileDescriptor(ends[1]);
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    char octet = 0;
+    iovec data = {&octet, 1};
+    msghdr message = {};
+    message.msg_iov = &data;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    *header = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+    const int number = asker.number();
+    std::memcpy(CMSG_DATA(header), &number, sizeof number);
+    EXPECT_EQ(sendmsg(ends[0], &message, 0), 1);
   }
+
+  CapturedQuery query;
+  FileDescriptor held[2];
+};
+
+TEST_F(ProcessLookupTest, SocketsThatNobodyHoldsDoNotTakeAllTheTime) {
+  const Unheld unheld(Asker().connectTo(kOwn));
+  const auto timeOf = [&](int times) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (int asked = 0; asked < times; ++asked) EXPECT_EQ(native_->find(unheld.query), "");
+    return std::chrono::steady_clock::now() - begin;
+  };
+  const auto scan = timeOf(1);
+  EXPECT_LT(timeOf(400), 200 * scan);
 }
 
 TEST_F(ProcessLookupTest, ManyThreadsFindTheirOwn) {
@@ -299,38 +316,6 @@ TEST(AccountNames, AccountWithoutNameIsTold) {
   const AccountNames::Time now;
   EXPECT_EQ(names.name(0, now), "root");
   EXPECT_EQ(names.name(4294967294u, now), "4294967294");
-}
-
-TEST(SearchAllowance, IsAnEighthOfTheTimeWithSomeSaved) {
-  const SearchAllowance::Clock::time_point start;
-  SearchAllowance allowance(start);
-  EXPECT_EQ(allowance.next(start), 800us);
-  allowance.take(101ms);
-  EXPECT_EQ(allowance.next(start), 0ms);
-  EXPECT_EQ(allowance.next(start + 12ms), 500us);
-  EXPECT_EQ(allowance.next(start + 1min), 800us);
-  allowance.take(1h);
-  EXPECT_EQ(allowance.next(start + 61s), 800us);
-}
-
-TEST(MissedProcesses, ProcessIsLeftOutOnceItWasMissedAgainLater) {
-  MissedProcesses missed;
-  const MissedProcesses::Time start;
-  const auto isLeftOut = [&](ino_t directory) {
-    return missed.contains(7, [=](pid_t) { return directory; });
-  };
-  for (const auto time : {0ms, 99ms, 100ms}) {
-    EXPECT_FALSE(isLeftOut(1));
-    missed.add(7, 1, start + time);
-  }
-  EXPECT_TRUE(isLeftOut(1));
-  EXPECT_FALSE(isLeftOut(2));
-  missed.add(7, 2, start + 1s);
-  EXPECT_FALSE(isLeftOut(2));
-  missed.add(7, 2, start + 2s);
-  EXPECT_TRUE(isLeftOut(2));
-  for (pid_t process = 8; process < 8000; ++process) missed.add(process, 1, start);
-  EXPECT_FALSE(isLeftOut(2));
 }
 
 }  // namespace
