@@ -41,8 +41,8 @@ struct ServiceArgument {
 /// One method of a service: how it is called, and what answers. `answer` is given the caller's
 /// name on the bus and arguments of exactly the declared types, and returns results of exactly the
 /// declared types; what it throws, a std::exception with such a text too, reaches the caller as a
-/// bus error. It is not called for a caller whom the bus refuses, nor for arguments of other
-/// types: those get the bus's own error.
+/// bus error, and so does a reply that is too large. It is not called for a caller whom the bus
+/// refuses, nor for arguments of other types: those get the bus's own error.
 struct ServiceMethod {
   std::string name;
   std::vector<ServiceArgument> arguments;
@@ -79,6 +79,10 @@ class ServiceBus {
   /// name can call. Throws ServiceError when there is no bus or the name cannot be had.
   ServiceBus(MainLoop& loop, const std::string& serviceName,
              std::vector<ServiceInterface> interfaces, CallerLeft callerLeft);
+  /// Texts and all else of one reply. A bus ends the connection of who sends more than its limit,
+  /// which is 32 MiB where nobody has set another (dbus-daemon(1), max_message_size).
+  static constexpr std::size_t kMostReplyBytes = 30 * 1024 * 1024;
+
   ~ServiceBus();
   ServiceBus(const ServiceBus&) = delete;
   ServiceBus& operator=(const ServiceBus&) = delete;

@@ -163,6 +163,7 @@ void ServiceBus::Native::answer(const ServiceMethod& called, sd_bus_message* cal
   const bool present = watchCaller(caller);
   const ServiceParameters results = called.answer(caller, arguments);
   if (!present) return callerLeft(caller);
+  if (mostBytesOf(results) > kMostReplyBytes) throw std::runtime_error("the reply is too large");
   sd_bus_message* created = nullptr;
   checkBus(sd_bus_message_new_method_return(call, &created), "reply");
   const BusHandle<sd_bus_message> reply(created);

@@ -212,6 +212,31 @@ void appendValue(sd_bus_message* message, const ServiceValue& value, int depth) 
       value.value);
 }
 
+/// Counts what a message needs: for each value, besides its text, at most 16 bytes for its length,
+/// its type, the end of its text and the padding in front.
+struct ByteCount {
+  static constexpr std::size_t kValueBytes = 16;
+
+  std::size_t operator()(const ServiceValue& value) const { return std::visit(*this, value.value); }
+  std::size_t operator()(const std::string& text) const { return kValueBytes + text.size(); }
+  std::size_t operator()(const std::optional<std::string>& text) const {
+    return kValueBytes + (text ? (*this)(*text) : 0);
+  }
+  std::size_t operator()(const ServiceValue::Array& values) const {
+    std::size_t bytes = kValueBytes;
+    for (const auto& value : values) bytes += kValueBytes + (*this)(value);
+    return bytes;
+  }
+  template <typename Value>
+  std::size_t operator()(const std::map<std::string, Value>& values) const {
+    std::size_t bytes = kValueBytes;
+    for (const auto& [key, value] : values) bytes += kValueBytes + (*this)(key) + (*this)(value);
+    return bytes;
+  }
+  template <typename Number>
+  requires std::is_arithmetic_v<Number> std::size_t operator()(Number) const { return kValueBytes; }
+};
+
 void appendParameter(sd_bus_message* message, const ServiceParameter& parameter) {
   std::visit(
       Overloaded{[&](const std::string& item) { appendText(message, item); },
@@ -260,6 +285,12 @@ ServiceParameters readParameters(sd_bus_message* message, const std::vector<Serv
 
 void appendParameters(sd_bus_message* message, const ServiceParameters& parameters) {
   for (const auto& parameter : parameters) appendParameter(message, parameter);
+}
+
+std::size_t mostBytesOf(const ServiceParameters& parameters) {
+  std::size_t bytes = 0;
+  for (const auto& parameter : parameters) bytes += std::visit(ByteCount(), parameter);
+  return bytes;
 }
 
 }  // namespace tovi::platform

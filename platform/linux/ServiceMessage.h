@@ -27,4 +27,7 @@ ServiceParameters readParameters(sd_bus_message* message, const std::vector<Serv
 /// that D-Bus cannot carry as well.
 void appendParameters(sd_bus_message* message, const ServiceParameters& parameters);
 
+/// At least as many bytes as the parameters take in a message.
+std::size_t mostBytesOf(const ServiceParameters& parameters);
+
 }  // namespace tovi::platform

@@ -79,6 +79,9 @@ class Service {
     const auto fail = [](const std::string&, Given) -> ServiceParameters {
       throw std::runtime_error("it cannot be");
     };
+    const auto large = [](const std::string&, Given given) {
+      return ServiceParameters{std::string(std::stoul(std::get<std::string>(given[0])), 'x')};
+    };
     const auto quit = [&loop](const std::string&, Given) {
       loop.quit();
       return ServiceParameters{};
@@ -88,6 +91,7 @@ class Service {
             {{"Echo", all, all, echoed},
              {"Who", {}, {{Text, "caller"}}, who},
              {"Fail", {}, {}, fail},
+             {"Large", {{Text, "bytes"}}, {{Text, "text"}}, large},
              {"Quit", {}, {}, quit}}};
   }
 
@@ -150,6 +154,14 @@ TEST_F(ServiceBusTest, FailuresReachTheCaller) {
   ServiceValue::Dictionary settings = {{"leaf", {true}}};
   for (int depth = 0; depth < 100; ++depth) settings = {{"nested", {settings}}};
   EXPECT_TRUE(outcome("Echo", {settings}).starts_with("failed: Echo: values nested too deep"));
+}
+
+TEST_F(ServiceBusTest, ReplyThatTheBusWouldNotCarryIsRefusedAndTheServiceGoesOn) {
+  for (const std::size_t bytes : {31u << 20, 33u << 20, 30u << 20}) {
+    EXPECT_EQ(outcome("Large", {std::to_string(bytes)}, {Text}),
+              "failed: the reply is too large");
+  }
+  EXPECT_EQ(outcome("Large", {std::to_string((30u << 20) - 16)}, {Text}), "done");
 }
 
 TEST_F(ServiceBusTest, InterfacesOfOneObjectAreApart) {
