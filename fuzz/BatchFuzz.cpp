@@ -8,6 +8,7 @@
 #include "formats/EventFormat.h"
 #include "formats/UnreadableEvent.h"
 #include "fuzz/Require.h"
+#include "pipeline/DNSEvents.h"
 #include "pipeline/JoinedBatches.h"
 
 namespace tovi::fuzz {
@@ -31,14 +32,13 @@ void checkLines(const ToviDNSEvent& event) try {
 }
 
 void check(std::string_view first, std::string_view second) {
-  normalized(first);
+  const auto texts = {normalized(first), normalized(second)};
   for (const auto& event : dnsEventsFrom(first).eventsData) checkLines(*event);
   const std::size_t count =
       dnsEventsFrom(first).eventsData.size() + dnsEventsFrom(second).eventsData.size();
   JoinedBatches batches;
-  batches.add(std::string(first));
-  batches.add(std::string(second));
-  const std::string joined = batches.text();
+  for (const auto& text : texts) batches.add(text);
+  const std::string joined = std::move(batches).text();
   require(normalized(joined) == joined);
   require(dnsEventsFrom(joined).eventsData.size() == count);
 }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "core/Settings.h"
 #include "core/Utf8.h"
 #include "pipeline/SqliteError.h"
@@ -68,16 +66,20 @@ MessagePersistence::Texts MessagePersistence::getNewMessages() {
 
 MessagePersistence::Texts MessagePersistence::handOverMessages() {
   BatchesById batches;
-  for (auto& record : permittedMessages()) {
+  std::size_t bytes = 0;
+  for (const auto& record : permittedMessages()) {
     try {
-      handOver(std::move(record), batches);
+      const auto sealed = context_.payload(record);
+      bytes += sealed ? sealed->size() : 0;
+      if (bytes > kMostHandedOverBytes && !batches.empty()) break;
+      handOver(record, sealed, batches);
     } catch (const SqliteError& error) {
       logger_.error("getNewMessages()", "Error: ", error.what());
     }
   }
   saveDataChanges();
   Texts texts;
-  for (const auto& [id, joined] : batches) texts.emplace(id, joined.text());
+  for (auto& [id, joined] : batches) texts.emplace(id, std::move(joined).text());
   return texts;
 }
 
@@ -105,9 +107,10 @@ void MessagePersistence::appendSharingLastId(Records& records) {
   }
 }
 
-void MessagePersistence::handOver(Messages record, BatchesById& batches) {
-  const auto sealed = context_.payload(record);
-  auto text = sealed ? decryptMsg(*sealed) : std::nullopt;
+void MessagePersistence::handOver(Messages record, const std::optional<Bytes>& sealed,
+                                  BatchesById& batches) {
+  const bool isCarried = sealed && sealed->size() <= kMostCarriedBytes;
+  auto text = isCarried ? decryptMsg(*sealed) : std::nullopt;
   if (text) {
     addText(record.id.value_or(""), std::move(*text), batches);
     record.state = DeliveryState::HandedOver;
@@ -121,7 +124,7 @@ void MessagePersistence::handOver(Messages record, BatchesById& batches) {
 void MessagePersistence::addText(const std::string& id, std::string text, BatchesById& batches) {
   try {
     batches[id].add(std::move(text));
-  } catch (const nlohmann::json::exception& error) {
+  } catch (const std::invalid_argument& error) {
     logger_.error("getNewMessages()", "Error joining messages of ", id, ": ", error.what());
   }
 }

@@ -26,7 +26,8 @@ namespace tovi {
 /// Keeps every batch, sealed, until the companion has reported its delivery. Batches stored in the
 /// same second share one identifier, and every operation on it concerns all of them; they are
 /// handed over together, joined into one text. When some of them were not, a success that is
-/// reported concerns only those that were.
+/// reported concerns only those that were. One hand-over gives out the oldest batches, as many as
+/// kMostHandedOverBytes hold, and one in any case.
 ///
 /// `saveMessage` returns at once; a thread of the store seals and commits all that came in since
 /// its last commit, together, in the order in which they came. A batch outlives a crash once its
@@ -43,6 +44,10 @@ class MessagePersistence : public MessagePersistenceProtocol {
  public:
   /// A batch of more bytes is given up.
   static constexpr std::size_t kMostBatchBytes = 8 * 1024 * 1024;
+  static constexpr std::size_t kMostHandedOverBytes = 8 * 1024 * 1024;
+  /// A stored batch of more bytes, which only earlier versions made, counts as unreadable, since no
+  /// bus carries it.
+  static constexpr std::size_t kMostCarriedBytes = 24 * 1024 * 1024;
   /// Batches that wait for a store that cannot be written to.
   static constexpr std::size_t kMostWaitingBytes = 8 * 1024 * 1024;
   /// Batches that came since the last commit; a caller that exceeds it waits for the next.
@@ -86,7 +91,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   Texts handOverMessages();
   Records permittedMessages();
   void appendSharingLastId(Records& records);
-  void handOver(Messages record, BatchesById& batches);
+  void handOver(Messages record, const std::optional<Bytes>& sealed, BatchesById& batches);
   void addText(const std::string& id, std::string text, BatchesById& batches);
   void returnToPending(const std::string& id);
   void confirmDelivery(const std::string& id);

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "pipeline/CryptoDataProtector.h"
 #include "pipeline/MessageDeliveryHandler.h"
 #include "pipeline/MessagePersistence.h"
@@ -159,6 +161,28 @@ TEST_F(Delivery, MessagesOfOneSecondAreHandedOutJoinedAndDeletedTogether) {
   EXPECT_EQ(states(), "2221");
   messages_.messageDeliveryState("20220125170252", false);
   EXPECT_EQ(states(), "1");
+}
+
+TEST_F(Delivery, HandOverEndsBeforeItGrowsTooLargeForABus) {
+  const std::string large(messages_.kMostHandedOverBytes / 2 - 500, 'l');
+  const std::string huge(messages_.kMostBatchBytes - 200, 'h');
+  for (const auto& name : {large, large, large, huge}) save('?' + name);
+  clock_.advance(1);
+  for (const auto& name : {"?b", "?c"}) save(name);
+  std::string events;
+  for (auto texts = messages_.getNewMessages(); !texts.empty();
+       texts = messages_.getNewMessages()) {
+    for (const auto& [id, text] : texts) {
+      EXPECT_LE(text.size(), messages_.kMostHandedOverBytes);
+      events += id.back() + std::to_string(std::ranges::count(text, '?')) + " ";
+    }
+  }
+  EXPECT_EQ(events, "22 21 21 32 ");
+  sql("INSERT INTO Messages VALUES('1', zeroblob(" +
+      std::to_string(messages_.kMostCarriedBytes + 1) + "), 1, 1)");
+  save("d");
+  EXPECT_EQ(handedOutAfter(0), "d ");
+  EXPECT_EQ(messages_.unreadable().count(), 1U);
 }
 
 TEST_F(Delivery, ReportDeletesOfABusySecondOnlyWhatWasHandedOver) {
