@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/Settings.h"
+#include "events/EventJson.h"
 
 namespace tovi {
 
@@ -38,35 +39,54 @@ static std::string processName(const ToviDNSEvent& event) {
 void MessagePacker::addMessage(ToviDNSEventPointer event) {
   permanentVariable_.increment("dns_events_count");
   store(serialQueue_.sync([&] {
-    appendUnlessRepeated(std::move(event));
-    return takeBatchIfDue();
+    Texts closed;
+    if (isNew(*event)) append(*event, closed);
+    closeIfDue(closed);
+    return closed;
   }));
 }
 
-void MessagePacker::appendUnlessRepeated(ToviDNSEventPointer event) {
-  const auto* name = questionName(*event);
-  if (!name) return;
-  if (!filter_.filterResult(*name, processName(*event))) return repeated_.add();
-  messageContainer_.push_back(std::move(event));
+bool MessagePacker::isNew(const ToviDNSEvent& event) {
+  const auto* name = questionName(event);
+  if (!name) return false;
+  if (filter_.filterResult(*name, processName(event))) return true;
+  repeated_.add();
+  return false;
+}
+
+void MessagePacker::append(const ToviDNSEvent& event, Texts& closed) {
+  std::string text = jsonText(event);
+  if (containerBytes_ + text.size() > kMostBatchBytes) close(closed);
+  containerBytes_ += text.size();
+  messageContainer_.push_back({std::move(text)});
 }
 
 void MessagePacker::closeBatchIfDue() {
-  store(serialQueue_.sync([&] { return takeBatchIfDue(); }));
+  store(serialQueue_.sync([&] {
+    Texts closed;
+    closeIfDue(closed);
+    return closed;
+  }));
 }
 
-void MessagePacker::store(const std::optional<DNSEvents>& batch) {
-  if (batch) persistence_.saveMessage(jsonText(*batch));
+void MessagePacker::closeIfDue(Texts& closed) {
+  const bool full = std::cmp_greater_equal(messageContainer_.size(), batchSize_.load()) ||
+                    containerBytes_ >= kMostBatchBytes;
+  const double age = secondsBetween(previousMessageTimestamp_, timeProvider_.now());
+  if (full || age >= timeOutSec_) close(closed);
 }
 
-std::optional<DNSEvents> MessagePacker::takeBatchIfDue() {
-  const Date now = timeProvider_.now();
-  const bool full = std::cmp_greater_equal(messageContainer_.size(), batchSize_.load());
-  if (!full && secondsBetween(previousMessageTimestamp_, now) < timeOutSec_) return std::nullopt;
-  previousMessageTimestamp_ = now;
-  if (messageContainer_.empty()) return std::nullopt;
-  return DNSEvents{timeProvider_.currentTime(),
-                   properties_.getString("dns_message_version").value_or("1.0.0.0"),
-                   std::exchange(messageContainer_, {})};
+void MessagePacker::close(Texts& closed) {
+  previousMessageTimestamp_ = timeProvider_.now();
+  if (messageContainer_.empty()) return;
+  containerBytes_ = 0;
+  closed.push_back(jsonText(WrittenDNSEvents{
+      timeProvider_.currentTime(), properties_.getString("dns_message_version").value_or("1.0.0.0"),
+      std::exchange(messageContainer_, {})}));
+}
+
+void MessagePacker::store(const Texts& batches) {
+  for (const auto& text : batches) persistence_.saveMessage(text);
 }
 
 void MessagePacker::setBatchSize(std::int64_t events) {

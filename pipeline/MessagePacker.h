@@ -1,7 +1,7 @@
 #pragma once
 
 #include <atomic>
-#include <optional>
+#include <string>
 #include <vector>
 
 #include "core/MessagePersistenceProtocol.h"
@@ -16,11 +16,16 @@
 
 namespace tovi {
 
-/// Closes events into batches and hands them to the message store. The open batch is in memory
-/// only: its events are lost when the process ends. The collaborators are borrowed and must outlive
-/// it; the filter is called by one thread at a time. Any thread.
+/// Closes events into batches and hands them to the message store: when a batch has so many events,
+/// is so old, or would grow beyond kMostBatchBytes. An event of more bytes is a batch of its own,
+/// so that whatever becomes of it concerns no other. The open batch is in memory only: its events
+/// are lost when the process ends. The collaborators are borrowed and must outlive it; the filter
+/// is called by one thread at a time. Any thread.
 class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetProtocol {
  public:
+  /// Of the events' text.
+  static constexpr std::size_t kMostBatchBytes = 256 * 1024;
+
   /// Size and delay are those last stored in `permanentVariable`, the defaults when there are none.
   MessagePacker(SavePropertyManagerProtocol& permanentVariable,
                 MessagePersistenceProtocol& persistence, TimeProviderProtocol& timeProvider,
@@ -37,9 +42,13 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
   const Tally& repeated() const { return repeated_; }
 
  private:
-  void appendUnlessRepeated(ToviDNSEventPointer event);
-  std::optional<DNSEvents> takeBatchIfDue();
-  void store(const std::optional<DNSEvents>& batch);
+  using Texts = std::vector<std::string>;
+
+  bool isNew(const ToviDNSEvent& event);
+  void append(const ToviDNSEvent& event, Texts& closed);
+  void closeIfDue(Texts& closed);
+  void close(Texts& closed);
+  void store(const Texts& batches);
 
   // Constant after construction.
   SavePropertyManagerProtocol& permanentVariable_;
@@ -54,7 +63,8 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
   std::atomic<double> timeOutSec_;
 
   // Only on the queue.
-  std::vector<ToviDNSEventPointer> messageContainer_;
+  std::vector<WrittenEvent> messageContainer_;
+  std::size_t containerBytes_ = 0;
   Date previousMessageTimestamp_;
 
   SerialQueue serialQueue_{"io.messagepacker.serialqueue"};

@@ -49,6 +49,26 @@ TEST_F(Packer, TwentiethEventClosesTheBatch) {
       R"({"date":"2022-01-25T17:02:52Z","version":"1.0.0.0","events_data":[{)"));
 }
 
+TEST_F(Packer, BatchClosesBeforeItGrowsTooLargeAndALargeEventIsAloneInItsOwn) {
+  packer_.setBatchSize(3000);
+  const auto names = [this](std::size_t batch) { return namesIn(store_.texts.at(batch)); };
+  const auto large = [this](std::size_t bytes) { add(1, std::string(bytes, 'x')); };
+  add(2);
+  large(packer_.kMostBatchBytes / 2);
+  large(packer_.kMostBatchBytes / 2);
+  EXPECT_EQ(batchesAfter(0), 1u);
+  EXPECT_TRUE(names(0).starts_with("a a x"));
+  large(30 * packer_.kMostBatchBytes);
+  add(1, "b");
+  EXPECT_EQ(batchesAfter(0), 3u);
+  EXPECT_EQ(names(2).size(), 30 * packer_.kMostBatchBytes + 1);
+  EXPECT_EQ(batchesAfter(50), 4u);
+  EXPECT_EQ(names(3), "b ");
+  for (const auto batch : {0, 1}) {
+    EXPECT_LT(store_.texts[batch].size(), packer_.kMostBatchBytes + 200);
+  }
+}
+
 TEST_F(Packer, ClockJumpsLoseNothingAndHoldBackOnlyWhatIsNoFullBatch) {
   for (const double jump : kClockJumps) {
     batchesAfter(50);
