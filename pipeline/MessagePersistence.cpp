@@ -46,19 +46,18 @@ void MessagePersistence::saveWaitingMessages() {
 }
 
 bool MessagePersistence::waitUntilSaved() {
-  pacer_.hurry();
-  return serialQueue_.sync([this] { return saveDataChanges(); });
+  return atOnce([this] { return saveDataChanges(); });
 }
 
 std::optional<std::uint64_t> MessagePersistence::waiting() try {
-  return serialQueue_.sync([&] { return static_cast<std::uint64_t>(context_.countWaiting()); });
+  return atOnce([&] { return static_cast<std::uint64_t>(context_.countWaiting()); });
 } catch (const SqliteError& error) {
   logger_.error("waiting()", "Error: ", error.what());
   return std::nullopt;
 }
 
 MessagePersistence::Texts MessagePersistence::getNewMessages() {
-  return serialQueue_.sync([&] {
+  return atOnce([&] {
     checkOlderDeliveredMessages();
     return handOverMessages();
   });
@@ -130,7 +129,7 @@ void MessagePersistence::addText(const std::string& id, std::string text, Batche
 }
 
 void MessagePersistence::messageDeliveryState(const std::string& id, bool deliveryFailed) {
-  serialQueue_.sync([&] {
+  atOnce([&] {
     logger_.debug("messageDeliveryState(id:deliveryState:)", "messageDeliveryState ", id,
                   " -- state: ", deliveryFailed ? "Nok" : "Ok");
     if (deliveryFailed) {

@@ -87,6 +87,12 @@ class MessagePersistence : public MessagePersistenceProtocol {
   using Records = std::vector<Messages>;
   using BatchesById = std::map<std::string, JoinedBatches>;
 
+  /// Runs the block on the queue, without waiting for the time of the next commit.
+  template <typename Block>
+  auto atOnce(const Block& block) {
+    pacer_.hurry();
+    return serialQueue_.sync(block);
+  }
   void saveWaitingMessages();
   Texts handOverMessages();
   Records permittedMessages();

@@ -115,6 +115,21 @@ TEST_F(Delivery, EverythingGivenBeforeIsSeenAndEndingCommitsTheRest) {
   EXPECT_EQ(states(), "111");
 }
 
+TEST_F(Delivery, CallsDoNotWaitForTheTimeOfTheNextCommit) {
+  using Clock = std::chrono::steady_clock;
+  auto quickest = Clock::duration::max();
+  for (int i = 0; i < 10; ++i) {
+    save("a");
+    messages_.waitUntilSaved();
+    save("b");
+    const auto begin = Clock::now();
+    messages_.messageDeliveryState("unknown", false);
+    messages_.getNewMessages();
+    quickest = std::min(quickest, Clock::now() - begin);
+  }
+  EXPECT_LT(quickest, messages_.kCommitSpacing / 2);
+}
+
 TEST_F(Delivery, TwentyOldestAreHandedOutAndThenTheRest) {
   saveOnePerSecond(25);
   sql("UPDATE Messages SET lastUpdate = lastUpdate - 30 WHERE rowid = 25");
