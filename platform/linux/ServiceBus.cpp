@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <list>
+#include <set>
 #include <utility>
 
 #include "platform/linux/BusHandles.h"
@@ -119,19 +120,12 @@ void PublishedInterface::fillTable(sd_bus_message_handler_t handler) {
 }  // namespace
 
 struct ServiceBus::Native {
-  struct Caller {
-    Native* owner;
-    std::string name;
-    BusHandle<sd_bus_track> presence;
-  };
-
   Native(std::vector<ServiceInterface> offered, CallerLeft onCallerLeft);
   void connect(MainLoop& loop, const std::string& serviceName);
   void answer(const ServiceMethod& called, sd_bus_message* call);
-  bool watchCaller(const std::string& name);
-  void forgetCaller(const std::string& name);
+  void watchNames();
   static int handleCall(sd_bus_message* call, void* userdata, sd_bus_error* error) noexcept;
-  static int handleCallerGone(sd_bus_track* presence, void* userdata) noexcept;
+  static int handleNameGone(sd_bus_message* message, void* userdata, sd_bus_error*) noexcept;
 
   // Constant after construction.
   CallerLeft callerLeft;
@@ -139,7 +133,8 @@ struct ServiceBus::Native {
   // Only on the main loop. What hangs on the bus stands behind it, to go before it.
   BusHandle<sd_bus> bus;
   std::list<PublishedInterface> interfaces;
-  std::map<std::string, std::unique_ptr<Caller>> callers;
+  BusHandle<sd_bus_slot> namesGone;
+  std::set<std::string> callers;
 };
 
 ServiceBus::Native::Native(std::vector<ServiceInterface> offered, CallerLeft onCallerLeft)
@@ -154,15 +149,15 @@ void ServiceBus::Native::connect(MainLoop& loop, const std::string& serviceName)
   checkBus(sd_bus_set_exit_on_disconnect(bus.get(), true), "watching the bus");
   checkBus(sd_bus_attach_event(bus.get(), loop.native().event.get(), SD_EVENT_PRIORITY_NORMAL),
            "attaching the bus");
+  watchNames();
   checkBus(sd_bus_request_name(bus.get(), serviceName.c_str(), 0), "taking " + serviceName);
 }
 
 void ServiceBus::Native::answer(const ServiceMethod& called, sd_bus_message* call) {
   const ServiceParameters arguments = readParameters(call, typesOf(called.arguments));
   const std::string caller = sd_bus_message_get_sender(call);
-  const bool present = watchCaller(caller);
+  callers.insert(caller);
   const ServiceParameters results = called.answer(caller, arguments);
-  if (!present) return callerLeft(caller);
   if (mostBytesOf(results) > kMostReplyBytes) throw std::runtime_error("the reply is too large");
   sd_bus_message* created = nullptr;
   checkBus(sd_bus_message_new_method_return(call, &created), "reply");
@@ -171,22 +166,16 @@ void ServiceBus::Native::answer(const ServiceMethod& called, sd_bus_message* cal
   checkBus(sd_bus_send(bus.get(), created, nullptr), "reply");
 }
 
-// False when the caller has left already.
-bool ServiceBus::Native::watchCaller(const std::string& name) {
-  if (callers.contains(name)) return true;
-  auto caller = std::make_unique<Caller>(Caller{this, name, {}});
-  sd_bus_track* presence = nullptr;
-  checkBus(sd_bus_track_new(bus.get(), &presence, &Native::handleCallerGone, caller.get()),
-           "watching the caller");
-  caller->presence.reset(presence);
-  if (sd_bus_track_add_name(presence, name.c_str()) < 0) return false;
-  callers.emplace(name, std::move(caller));
-  return true;
-}
-
-void ServiceBus::Native::forgetCaller(const std::string& name) {
-  const auto forgotten = callers.extract(name);
-  if (!forgotten.empty()) callerLeft(forgotten.key());
+// One rule for all callers: a bus allows a connection 512 of them (dbus-daemon(1),
+// max_match_rules_per_connection). The bus tells of a caller's end behind its last call.
+void ServiceBus::Native::watchNames() {
+  constexpr char kGone[] =
+      "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+      "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''";
+  sd_bus_slot* slot = nullptr;
+  checkBus(sd_bus_add_match(bus.get(), &slot, kGone, &Native::handleNameGone, this),
+           "watching the callers");
+  namesGone.reset(slot);
 }
 
 // Nothing may be thrown through the bus library.
@@ -203,9 +192,13 @@ int ServiceBus::Native::handleCall(sd_bus_message* call, void* userdata,
   }
 }
 
-int ServiceBus::Native::handleCallerGone(sd_bus_track*, void* userdata) noexcept {
-  const auto& caller = *static_cast<Caller*>(userdata);
-  caller.owner->forgetCaller(caller.name);
+int ServiceBus::Native::handleNameGone(sd_bus_message* message, void* userdata,
+                                       sd_bus_error*) noexcept {
+  auto& self = *static_cast<Native*>(userdata);
+  const char* name = nullptr;
+  if (sd_bus_message_read(message, "s", &name) > 0 && self.callers.erase(name) > 0) {
+    self.callerLeft(name);
+  }
   return 0;
 }
 

@@ -1,4 +1,6 @@
+#include <condition_variable>
 #include <future>
+#include <mutex>
 #include <set>
 #include <thread>
 
@@ -51,6 +53,10 @@ class Service {
   }
 
   std::string firstCallerLeft() { return left_.get_future().get(); }
+  void awaitCallersLeft(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    leaving_.wait(lock, [&] { return callersLeft_.size() >= count; });
+  }
   bool endedByQuit() { return ended_.get_future().get(); }
 
  private:
@@ -63,6 +69,8 @@ class Service {
   }
 
   void noteLeft(const std::string& caller) {
+    std::lock_guard lock(mutex_);
+    leaving_.notify_one();
     EXPECT_TRUE(callersLeft_.insert(caller).second) << caller << " left twice";
     if (callersLeft_.size() == 1) left_.set_value(caller);
   }
@@ -102,7 +110,9 @@ class Service {
     return {kPath, kOtherInterface, {{"Who", {}, {{Text, "caller"}}, answer}}};
   }
 
-  std::set<std::string> callersLeft_;  // Only on the service's thread.
+  std::mutex mutex_;
+  std::condition_variable leaving_;
+  std::set<std::string> callersLeft_;  // Guarded by the mutex.
   std::promise<void> up_;
   std::promise<bool> ended_;
   std::promise<std::string> left_;
@@ -158,8 +168,7 @@ TEST_F(ServiceBusTest, FailuresReachTheCaller) {
 
 TEST_F(ServiceBusTest, ReplyThatTheBusWouldNotCarryIsRefusedAndTheServiceGoesOn) {
   for (const std::size_t bytes : {31u << 20, 33u << 20, 30u << 20}) {
-    EXPECT_EQ(outcome("Large", {std::to_string(bytes)}, {Text}),
-              "failed: the reply is too large");
+    EXPECT_EQ(outcome("Large", {std::to_string(bytes)}, {Text}), "failed: the reply is too large");
   }
   EXPECT_EQ(outcome("Large", {std::to_string((30u << 20) - 16)}, {Text}), "done");
 }
@@ -177,6 +186,19 @@ TEST_F(ServiceBusTest, CallerThatLeavesIsToldOfOnce) {
   EXPECT_TRUE(client->call(kInterface, "Who", {}, {Text}) == first);
   client.reset();
   EXPECT_EQ(service_.firstCallerLeft(), std::get<std::string>(first[0]));
+}
+
+TEST_F(ServiceBusTest, MoreCallersThanABusAllowsRulesAreServedAtOnce) {
+  constexpr std::size_t kCallers = 520;
+  std::vector<ServiceClient> clients;
+  for (std::size_t i = 0; i < kCallers; ++i) {
+    clients.emplace_back(kName, kPath);
+    clients.back().call(kInterface, "Who", {}, {Text});
+  }
+  clients.front().call(kInterface, "Who", {}, {Text});
+  clients.clear();
+  service_.awaitCallersLeft(kCallers);
+  EXPECT_EQ(outcome("Who", {}, {Text}), "done");
 }
 
 TEST_F(ServiceBusTest, BothEndsNoticeThatTheBusIsLost) {

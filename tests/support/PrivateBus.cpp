@@ -14,9 +14,13 @@ constexpr char kAddressVariable[] = "DBUS_SYSTEM_BUS_ADDRESS";
 constexpr char kPermissive[] =
     R"(<policy context="mandatory"><allow own="*"/><allow send_destination="*"/></policy>)";
 
+// Tests have more connections than a user of a machine.
+constexpr char kLimits[] = R"(<limit name="max_connections_per_user">1000</limit>)";
+
 std::string configuration(const std::optional<std::filesystem::path>& policy) {
   return "<busconfig><include>" TOVI_SOURCE_DIR "/scripts/bus/system.conf</include>" +
-         (policy ? "<include>" + policy->string() + "</include>" : kPermissive) + "</busconfig>";
+         (policy ? "<include>" + policy->string() + "</include>" : kPermissive) + kLimits +
+         "</busconfig>";
 }
 
 }  // namespace
