@@ -36,6 +36,12 @@ static std::string processName(const ToviDNSEvent& event) {
   return event.process ? event.process->name.value_or("") : "";
 }
 
+MessagePacker::~MessagePacker() {
+  Texts closed;
+  close(closed);
+  store(closed);
+}
+
 void MessagePacker::addMessage(ToviDNSEventPointer event) {
   permanentVariable_.increment("dns_events_count");
   store(serialQueue_.sync([&] {

@@ -18,9 +18,9 @@ namespace tovi {
 
 /// Closes events into batches and hands them to the message store: when a batch has so many events,
 /// is so old, or would grow beyond kMostBatchBytes. An event of more bytes is a batch of its own,
-/// so that whatever becomes of it concerns no other. The open batch is in memory only: its events
-/// are lost when the process ends. The collaborators are borrowed and must outlive it; the filter
-/// is called by one thread at a time. Any thread.
+/// so that whatever becomes of it concerns no other. The open batch is in memory only, until
+/// destruction hands it to the store. The collaborators are borrowed and must outlive it; the
+/// filter is called by one thread at a time. Any thread.
 class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetProtocol {
  public:
   /// Of the events' text.
@@ -30,6 +30,7 @@ class MessagePacker : public MessagePackerProtocol, public PackerPropertiesSetPr
   MessagePacker(SavePropertyManagerProtocol& permanentVariable,
                 MessagePersistenceProtocol& persistence, TimeProviderProtocol& timeProvider,
                 const GetPropertyManagerProtocol& properties, MessageFilterProtocol& filter);
+  ~MessagePacker() override;
 
   void addMessage(ToviDNSEventPointer event) override;
   /// Hands the open batch to the store when it is full or its delay has passed, on this thread.

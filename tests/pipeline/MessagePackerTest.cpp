@@ -86,6 +86,15 @@ TEST_F(Packer, ClockJumpsLoseNothingAndHoldBackOnlyWhatIsNoFullBatch) {
   EXPECT_EQ(names.size(), 2 * 5 * 43u);
 }
 
+TEST_F(Packer, EndStoresTheOpenBatch) {
+  {
+    MessagePacker ending(variables_, store_, clock_, settings_, filter_);
+    ending.addMessage(eventNamed("open"));
+  }
+  ASSERT_EQ(store_.texts.size(), 1u);
+  EXPECT_EQ(namesIn(store_.texts[0]), "open ");
+}
+
 TEST_F(Packer, EveryOfferedEventCountsButOnlyNewOnesArePacked) {
   add(1, "repeated");
   packer_.addMessage(std::make_shared<const ToviDNSEvent>());
