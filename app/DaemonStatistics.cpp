@@ -57,6 +57,7 @@ PropertyDictionary DaemonStatistics::counters() {
         {kEventsRepeated, sources_.packer.repeated()},
         {kBatchesStored, sources_.persistence.stored()},
         {kBatchesDropped, sources_.persistence.dropped()},
+        {kBatchesRemoved, sources_.persistence.removed()},
         {kBatchesUnreadable, sources_.persistence.unreadable()}}) {
     counters[key] = valueOf(tally.count());
   }

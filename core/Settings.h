@@ -43,6 +43,7 @@ inline constexpr Setting kSettings[] = {
     {"dns_batch_size", std::int64_t{20}, "events", SetBy::Collector},
     // MessagePersistence
     {"delivered_timeout_sec", 60.0, "seconds", SetBy::Deployment},
+    {"store_max_bytes", std::int64_t{1} << 30, "bytes", SetBy::Deployment},
     // RepetitionsRemovalMessageFilter, and StatusBuilder for the last
     {"removal_by_process", false, "-", SetBy::Deployment},
     {"removal_memory_size", std::int64_t{10000}, "names", SetBy::Deployment},

@@ -22,7 +22,8 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
       acknowledgement_(std::move(acknowledgement)),
       updateStateOlderDeliveredMessagesTimeout_(
           setting<double>(propertyManager, "delivered_timeout_sec")),
-      context_(coreData.persistentContainer()),
+      context_(coreData.persistentContainer(),
+               setting<std::int64_t>(propertyManager, "store_max_bytes")),
       deliveryHandler_(deliveryHandler),
       waiting_(timeProvider) {}
 
@@ -208,7 +209,7 @@ void MessagePersistence::save() {
   if (batches.empty() && !context_.hasChanges()) return;
   if (!batches.empty()) acknowledgement_->committing(batches.size());
   std::size_t stored = 0;
-  context_.save([&] { stored = insert(batches); });
+  countRemoved(context_.save([&] { stored = insert(batches); }));
   waiting_.clear();
   stored_.add(stored);
   if (stored > 0) acknowledgement_->committed(stored);
@@ -226,6 +227,13 @@ std::size_t MessagePersistence::insert(const std::deque<WaitingBatches::Batch>& 
     ++inserted;
   }
   return inserted;
+}
+
+void MessagePersistence::countRemoved(std::size_t count) {
+  if (count == 0) return;
+  logger_.error("saveDataChanges()", "Error: store is full, oldest messages removed: ", count);
+  removed_.add(count);
+  for (; count > 0; --count) variables_.increment("data_dropped_messages");
 }
 
 void MessagePersistence::keepNewestWaiting(std::size_t bytes) {

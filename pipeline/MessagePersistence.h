@@ -36,8 +36,9 @@ namespace tovi {
 /// operations see every batch that was given before them. Destruction commits all.
 ///
 /// Failures of the store are logged; batches that cannot be written wait in memory, up to
-/// kMostWaitingBytes of the newest, for the next operation that saves, destruction included. A
-/// batch that is given up is logged and counted as "data_dropped_messages" in the variables. The
+/// kMostWaitingBytes of the newest, for the next operation that saves, destruction included. When
+/// the store has grown to the setting "store_max_bytes", the oldest batches are removed. A batch
+/// that is given up is logged and counted as "data_dropped_messages" in the variables. The
 /// collaborators are borrowed and must outlive it; the delivery handler is called by one thread at
 /// a time. Any thread.
 class MessagePersistence : public MessagePersistenceProtocol {
@@ -72,6 +73,8 @@ class MessagePersistence : public MessagePersistenceProtocol {
   /// Batches that were committed, and batches that were given up.
   const Tally& stored() const { return stored_; }
   const Tally& dropped() const { return dropped_; }
+  /// Stored batches that were removed, since the store had become too large.
+  const Tally& removed() const { return removed_; }
   /// Stored batches that could not be unsealed when they were to be handed over.
   const Tally& unreadable() const { return unreadable_; }
   /// Batches in the store that are pending, or handed over and not reported on; none when the store
@@ -108,6 +111,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   bool saveDataChanges();
   void save();
   std::size_t insert(const std::deque<WaitingBatches::Batch>& batches);
+  void countRemoved(std::size_t count);
   void keepNewestWaiting(std::size_t bytes);
   void countDropped(const char* function, const char* reason);
   std::optional<Bytes> encrypMsg(const std::string& text) const;
@@ -126,6 +130,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   // Any thread.
   Tally stored_;
   Tally dropped_;
+  Tally removed_;
   Tally unreadable_;
   Pacer pacer_{kCommitSpacing};
 

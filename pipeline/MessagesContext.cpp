@@ -13,8 +13,9 @@ static std::optional<std::string> usableId(std::optional<std::string> id) {
   return id;
 }
 
-MessagesContext::MessagesContext(SqliteDatabase& database)
+MessagesContext::MessagesContext(SqliteDatabase& database, std::int64_t maxBytes)
     : database_(database),
+      maxBytes_(maxBytes),
       fetchByState_(database,
                     "SELECT rowid, id, state, lastUpdate FROM Messages WHERE state = ? "
                     "ORDER BY lastUpdate, rowid LIMIT ?"),
@@ -25,7 +26,14 @@ MessagesContext::MessagesContext(SqliteDatabase& database)
       countWaiting_(database, "SELECT count(*) FROM Messages WHERE state IN (?, ?)"),
       insert_(database, "INSERT INTO Messages(id, data, state, lastUpdate) VALUES(?, ?, ?, ?)"),
       update_(database, "UPDATE Messages SET state = ?, lastUpdate = ? WHERE rowid = ?"),
-      remove_(database, "DELETE FROM Messages WHERE rowid = ?") {}
+      remove_(database, "DELETE FROM Messages WHERE rowid = ?"),
+      // Rows are numbered in the order of storing. The newest stays, however large it is.
+      removeOldest_(database,
+                    "DELETE FROM Messages WHERE rowid = (SELECT min(rowid) FROM Messages) "
+                    "AND rowid < (SELECT max(rowid) FROM Messages) RETURNING rowid"),
+      usedBytes_(database,
+                 "SELECT (page_count - freelist_count) * page_size "
+                 "FROM pragma_page_count, pragma_freelist_count, pragma_page_size") {}
 
 static std::int64_t code(DeliveryState state) {
   return static_cast<std::int64_t>(state);
@@ -117,12 +125,32 @@ void MessagesContext::remove(const std::string& id) {
   }
 }
 
-void MessagesContext::save(const std::function<void()>& insertAll) {
+std::size_t MessagesContext::save(const std::function<void()>& insertAll) {
+  std::size_t removed = 0;
   database_.transaction([&] {
     for (const auto& [row, record] : changes_) write(record);
     insertAll();
+    removed = removeOldest();
   });
   changes_.clear();
+  return removed;
+}
+
+std::size_t MessagesContext::removeOldest() {
+  std::size_t count = 0;
+  bool isRemoved = true;
+  while (isRemoved && count < kMostRemoved && usedBytes() > maxBytes_) {
+    isRemoved = false;
+    removeOldest_.run([&] { isRemoved = true; });
+    count += isRemoved ? 1 : 0;
+  }
+  return count;
+}
+
+std::int64_t MessagesContext::usedBytes() {
+  std::int64_t bytes = 0;
+  usedBytes_.run([&] { bytes = usedBytes_.integer(0); });
+  return bytes;
 }
 
 void MessagesContext::insert(const std::string& id, ByteView payload, double lastUpdate) {

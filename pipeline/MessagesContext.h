@@ -16,7 +16,9 @@ namespace tovi {
 class MessagesContext {
  public:
   static constexpr std::size_t kFetchLimit = 20;
-  explicit MessagesContext(SqliteDatabase& database);
+  static constexpr std::size_t kMostRemoved = 1000;
+  /// The store is kept at `maxBytes`, as far as each save may remove kMostRemoved messages for it.
+  MessagesContext(SqliteDatabase& database, std::int64_t maxBytes);
 
   /// By `lastUpdate`, the oldest first.
   std::vector<Messages> fetch(DeliveryState state);
@@ -34,8 +36,9 @@ class MessagesContext {
 
   bool hasChanges() const { return !changes_.empty(); }
   /// Writes all changes, and what `insertAll` inserts, or nothing at all. After a failure the
-  /// changes are kept for the next time.
-  void save(const std::function<void()>& insertAll);
+  /// changes are kept for the next time. Returns how many of the oldest messages it removed, since
+  /// the store had become too large.
+  std::size_t save(const std::function<void()>& insertAll);
   /// Writes a new pending message; only while `save` saves.
   void insert(const std::string& id, ByteView payload, double lastUpdate);
 
@@ -43,8 +46,11 @@ class MessagesContext {
   std::vector<Messages> fetchAll(const std::string& id);
   static std::vector<Messages> records(SqliteStatement& fetch);
   void write(const Messages& record);
+  std::size_t removeOldest();
+  std::int64_t usedBytes();
 
   SqliteDatabase& database_;
+  const std::int64_t maxBytes_;
   SqliteStatement fetchByState_;
   SqliteStatement fetchById_;
   SqliteStatement fetchPayload_;
@@ -52,6 +58,8 @@ class MessagesContext {
   SqliteStatement insert_;
   SqliteStatement update_;
   SqliteStatement remove_;
+  SqliteStatement removeOldest_;
+  SqliteStatement usedBytes_;
 
   /// By row.
   std::map<std::int64_t, Messages> changes_;

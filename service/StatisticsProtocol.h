@@ -44,6 +44,8 @@ inline constexpr const char* kEvents = "events";
 inline constexpr const char* kEventsRepeated = "events_repeated";
 inline constexpr const char* kBatchesStored = "batches_stored";
 inline constexpr const char* kBatchesDropped = "batches_dropped";
+/// Stored batches that were removed, the oldest first, since the store had become too large.
+inline constexpr const char* kBatchesRemoved = "batches_removed";
 /// Stored batches that could not be unsealed when they were to be handed out.
 inline constexpr const char* kBatchesUnreadable = "batches_unreadable";
 /// In the store at this moment: pending, or handed out and not reported on.

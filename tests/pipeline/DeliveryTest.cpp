@@ -257,6 +257,25 @@ TEST_F(Delivery, StatesAreKeptWhileTheyCannotBeWritten) {
   EXPECT_EQ(states(), std::string(42, '2'));
 }
 
+TEST_F(Delivery, OldestAreRemovedFromAStoreThatHasGrownTooLarge) {
+  constexpr std::int64_t kMostBytes = 3 << 20;
+  settings_.merge({{"store_max_bytes", {kMostBytes}}});
+  MessagePersistence small(store_, clock_, settings_, variables_, handler_, crypto_);
+  std::string large = batchOf("large");
+  large.resize(400'000, ' ');
+  for (int i = 0; i < 20; ++i, clock_.advance(1)) small.saveMessage(large);
+  small.waitUntilSaved();
+  EXPECT_EQ(query("SELECT count(*)||' from '||min(id)||' to '||max(id) FROM Messages"),
+            "7 from 20220125170305 to 20220125170311");
+  EXPECT_LT(std::filesystem::file_size(directory_ / "store/MessageModel.sqlite"), 2 * kMostBytes);
+  EXPECT_EQ(small.removed().count(), 13U);
+  EXPECT_EQ(variables_.getInt("data_dropped_messages"), 13);
+  EXPECT_TRUE(log_.hasPrefix("Error: store is full, oldest messages removed: "));
+  small.saveMessage(std::string(kMostBytes, ' '));
+  small.waitUntilSaved();
+  EXPECT_EQ(query("SELECT count(*)||' of '||min(id) FROM Messages"), "1 of 20220125170312");
+}
+
 TEST_F(Delivery, OldestGoWhenMoreWaitsForTheStoreThanMemoryIsSetAside) {
   sql("PRAGMA query_only=ON");
   std::string large = batchOf("large");

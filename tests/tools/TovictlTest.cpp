@@ -204,13 +204,15 @@ TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf)
                      {"events", {std::int64_t{200}}},
                      {"events_repeated", {std::int64_t{150}}},
                      {"batches_dropped", {std::int64_t{0}}},
+                     {"batches_removed", {std::int64_t{3}}},
                      {"batches_unreadable", {std::int64_t{2}}}};
   serve();
   const auto shown = sh("tovictl status --color=always 2>/dev/null | tr -s ' '");
-  for (const char* line : {"\n Up for 3 h 12 min\n", "\n Packets captured 1,234,500\n",
-                           "\n Dropped by the kernel \033[31m12 (0.0 % of all)\033[0m\n",
-                           "\n Repeated, left out 150 (75.0 % of events)\n", "\n Dropped 0\n",
-                           "\n Unreadable \033[31m2\033[0m\n"}) {
+  for (const char* line :
+       {"\n Up for 3 h 12 min\n", "\n Packets captured 1,234,500\n",
+        "\n Dropped by the kernel \033[31m12 (0.0 % of all)\033[0m\n",
+        "\n Repeated, left out 150 (75.0 % of events)\n", "\n Dropped 0\n",
+        "\n Removed, store full \033[31m3\033[0m\n", "\n Unreadable \033[31m2\033[0m\n"}) {
     EXPECT_NE(shown.find(line), shown.npos) << line << shown;
   }
   EXPECT_EQ(shown.find("Undecodable"), shown.npos);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
+
 #include "core/KeychainHelper.h"
 #include "core/SettingsHandler.h"
 #include "events/RepetitionsRemovalMessageFilter.h"
@@ -34,7 +37,8 @@ class BatchStore : public EventDestination {
   const std::filesystem::path directory_;
   ReplayCounts& counts_;
   ReplayClock& clock_;
-  SettingsHandler settings_{{}};
+  /// A capture may be larger than what a daemon keeps for its companion.
+  SettingsHandler settings_{{{"store_max_bytes", {std::numeric_limits<std::int64_t>::max()}}}};
   NoVariables variables_;
   KeychainHelper keychain_;
   CryptoDataProtector protector_;

@@ -61,11 +61,13 @@ static Section eventSection(const Counters& counters) {
 
 static Section batchSection(const Counters& counters) {
   const auto dropped = countOf(counters, statistics::kBatchesDropped);
+  const auto removed = countOf(counters, statistics::kBatchesRemoved);
   const auto unreadable = countOf(counters, statistics::kBatchesUnreadable);
   return {"Batches",
           {{"Stored", text(countOf(counters, statistics::kBatchesStored))},
            {"Waiting", text(countOf(counters, statistics::kBatchesWaiting))},
            {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)},
+           {"Removed, store full", text(removed), toneOf(removed, Tone::Bad)},
            {"Unreadable", text(unreadable), toneOf(unreadable, Tone::Bad)}}};
 }
 
