@@ -127,6 +127,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                    .builder = messageBuilder_,
                    .packer = messagePacker_,
                    .persistence = messagePersistence_,
+                   .crypto = crypto_,
                    .activity = recentActivity_}) {
   publishFeedUrl();
   interfacesChecker_.uploadInterfacesList();
@@ -158,9 +159,11 @@ void DaemonBuilder::start() {
 }
 
 void DaemonBuilder::reportState() {
-  if (reportedState_ == daemon_.agentState()) return;
-  reportedState_ = daemon_.agentState();
-  platform::notifyStatus("The agent is " + std::string(rawValue(*reportedState_)));
+  std::string state = "The agent is " + std::string(rawValue(daemon_.agentState()));
+  if (const auto fault = crypto_.keyFault()) state += "; the payload key cannot be read: " + *fault;
+  if (reportedState_ == state) return;
+  reportedState_ = state;
+  platform::notifyStatus(state);
 }
 
 void DaemonBuilder::timerEvent() {

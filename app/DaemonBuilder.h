@@ -104,7 +104,7 @@ class DaemonBuilder {
   std::thread interfacesObserver_;
   std::unique_ptr<ToviAgentXPC> agentXPC_;
   std::unique_ptr<platform::MainLoop::Timer> timerTick_;
-  std::optional<AgentState> reportedState_;
+  std::string reportedState_;
 };
 
 }  // namespace tovi

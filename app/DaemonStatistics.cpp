@@ -65,6 +65,7 @@ PropertyDictionary DaemonStatistics::counters() {
     counters[kBatchesWaiting] = valueOf(*waiting);
   }
   addLookups(counters);
+  if (sources_.crypto.keyFault()) counters[kPayloadKeyUnreadable] = valueOf(1);
   return counters;
 }
 

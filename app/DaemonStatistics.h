@@ -24,6 +24,7 @@ class DaemonStatistics : public GetStatisticsProtocol {
     const ToviDNSMessageBuilder& builder;
     const MessagePacker& packer;
     MessagePersistence& persistence;
+    const CryptoDataProtectorProtocol& crypto;
     const RecentActivity& activity;
   };
 

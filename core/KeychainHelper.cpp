@@ -22,6 +22,13 @@ std::optional<Bytes> KeychainHelper::read(std::string_view key) const {
   return std::nullopt;
 }
 
+std::optional<std::string> KeychainHelper::readFault(std::string_view key) const {
+  Bytes value;
+  const SecretStatus status = items_.read(key, value);
+  if (status.code != SecretStatus::Failed) return std::nullopt;
+  return status.text;
+}
+
 bool KeychainHelper::remove(std::string_view key) {
   const SecretStatus status = items_.remove(key);
   if (status.code == SecretStatus::Done) return true;

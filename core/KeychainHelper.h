@@ -15,6 +15,7 @@ class KeychainHelper : public PersistenceDataProtocol {
 
   void save(ByteView value, std::string_view key) override;
   std::optional<Bytes> read(std::string_view key) const override;
+  std::optional<std::string> readFault(std::string_view key) const override;
   bool remove(std::string_view key) override;
 
  private:

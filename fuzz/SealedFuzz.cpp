@@ -18,6 +18,7 @@ struct OneSecret : PersistenceDataProtocol {
   explicit OneSecret(ByteView value) : item(value.begin(), value.end()) {}
   void save(ByteView value, std::string_view) override { item.assign(value.begin(), value.end()); }
   std::optional<Bytes> read(std::string_view) const override { return item; }
+  std::optional<std::string> readFault(std::string_view) const override { return std::nullopt; }
   bool remove(std::string_view) override { return false; }
   Bytes item;
 };

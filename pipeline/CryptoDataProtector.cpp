@@ -26,15 +26,32 @@ CryptoDataProtector::CryptoDataProtector(PersistenceDataProtocol& permanentDataM
   if (sodium_init() < 0) fatalError("Error loading cipher library");
   // Keeps the key out of swap space, as far as the limit on locked memory allows.
   sodium_mlock(key_.data(), key_.size());
-  isKeySaved_ = readKey();
-  if (!isKeySaved_) createKey();
+  findKey();
 }
 
 CryptoDataProtector::~CryptoDataProtector() {
   sodium_munlock(key_.data(), key_.size());
 }
 
-bool CryptoDataProtector::readKey() {
+std::optional<std::string> CryptoDataProtector::keyFault() const {
+  std::lock_guard lock(mutex_);
+  if (!isKeyThere_) findKey();
+  return keyFault_;
+}
+
+void CryptoDataProtector::findKey() const {
+  isKeySaved_ = readKey();
+  auto fault = isKeySaved_ ? std::nullopt : permanentDataManager_.readFault(kKeyAccount);
+  if (fault && fault != keyFault_) {
+    logger_.error("init(permanentDataManager:)",
+                  "Error: key cannot be read, messages wait for it: ", *fault);
+  }
+  keyFault_ = std::move(fault);
+  isKeyThere_ = !keyFault_;
+  if (isKeyThere_ && !isKeySaved_) createKey();
+}
+
+bool CryptoDataProtector::readKey() const {
   auto item = permanentDataManager_.read(kKeyAccount);
   if (!item) return false;
   const bool isKey = item->size() == key_.size();
@@ -44,10 +61,14 @@ bool CryptoDataProtector::readKey() {
   return isKey;
 }
 
-void CryptoDataProtector::createKey() {
+void CryptoDataProtector::createKey() const {
   crypto_aead_chacha20poly1305_ietf_keygen(key_.data());
   logger_.debug("init(permanentDataManager:)", "Saving key...");
   saveKey();
+}
+
+void CryptoDataProtector::requireKey() const {
+  if (const auto fault = keyFault()) throw std::runtime_error("no key: " + *fault);
 }
 
 // Saving reports no failure: what can be read again is saved.
@@ -61,6 +82,7 @@ void CryptoDataProtector::saveKey() const {
 }
 
 Bytes CryptoDataProtector::encrypt(ByteView plain) const {
+  requireKey();
   if (!isKeySaved_) saveKey();
   Bytes sealed(kNonceSize + plain.size() + kTagSize);
   unsigned char* nonce = raw(sealed.data());
@@ -74,6 +96,7 @@ Bytes CryptoDataProtector::encrypt(ByteView plain) const {
 }
 
 Bytes CryptoDataProtector::decrypt(ByteView sealed) const {
+  requireKey();
   if (sealed.size() < kNonceSize + kTagSize) throw std::runtime_error("sealed payload too short");
   Bytes plain(sealed.size() - kNonceSize - kTagSize);
   const unsigned char* nonce = raw(sealed.data());

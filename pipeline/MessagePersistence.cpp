@@ -85,7 +85,7 @@ MessagePersistence::Texts MessagePersistence::handOverMessages() {
 
 MessagePersistence::Records MessagePersistence::permittedMessages() {
   auto records = makeFilteredFetch([&] { return context_.fetch(DeliveryState::Pending); });
-  if (records.empty()) return records;
+  if (records.empty() || crypto_.keyFault()) return {};
   const auto amount = deliveryHandler_.shouldReturnEveryMessage();
   if (amount == AmountMessages::NotDeliverMessages) return {};
   if (amount == AmountMessages::DeliverOneMessage) records.resize(1);
@@ -206,11 +206,16 @@ bool MessagePersistence::saveDataChanges() try {
 
 void MessagePersistence::save() {
   const auto& batches = waiting_.collect();
-  if (batches.empty() && !context_.hasChanges()) return;
-  if (!batches.empty()) acknowledgement_->committing(batches.size());
+  const bool hasKey = batches.empty() || !crypto_.keyFault();
+  if (!hasKey) keepNewestWaiting(kMostWaitingBytes);
+  const auto count = hasKey ? batches.size() : 0;
+  if (count == 0 && !context_.hasChanges()) return;
+  if (count > 0) acknowledgement_->committing(count);
   std::size_t stored = 0;
-  countRemoved(context_.save([&] { stored = insert(batches); }));
-  waiting_.clear();
+  countRemoved(context_.save([&] {
+    if (count > 0) stored = insert(batches);
+  }));
+  if (count > 0) waiting_.clear();
   stored_.add(stored);
   if (stored > 0) acknowledgement_->committed(stored);
 }

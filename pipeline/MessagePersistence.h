@@ -35,7 +35,7 @@ namespace tovi {
 /// under way and those that wait for the next, each about kMostAddedBytes at most. The other
 /// operations see every batch that was given before them. Destruction commits all.
 ///
-/// Failures of the store are logged; batches that cannot be written wait in memory, up to
+/// Failures of the store are logged; batches that cannot be sealed or written wait in memory, up to
 /// kMostWaitingBytes of the newest, for the next operation that saves, destruction included. When
 /// the store has grown to the setting "store_max_bytes", the oldest batches are removed. A batch
 /// that is given up is logged and counted as "data_dropped_messages" in the variables. The

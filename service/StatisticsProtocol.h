@@ -50,6 +50,9 @@ inline constexpr const char* kBatchesRemoved = "batches_removed";
 inline constexpr const char* kBatchesUnreadable = "batches_unreadable";
 /// In the store at this moment: pending, or handed out and not reported on.
 inline constexpr const char* kBatchesWaiting = "batches_waiting";
+/// 1 while the store's key is there and cannot be read, so that batches wait in memory; left out
+/// otherwise.
+inline constexpr const char* kPayloadKeyUnreadable = "payload_key_unreadable";
 
 /// () -> a{sv}: the exchanges of the last minute. "window_seconds", "queries", "responses" and
 /// "failed_responses" are integers; "names", "processes", "failures" and "resolvers" are arrays of

@@ -276,6 +276,26 @@ TEST_F(Delivery, OldestAreRemovedFromAStoreThatHasGrownTooLarge) {
   EXPECT_EQ(query("SELECT count(*)||' of '||min(id) FROM Messages"), "1 of 20220125170312");
 }
 
+TEST_F(Delivery, BatchesWaitForAKeyThatCannotBeRead) {
+  save("sealed");
+  clock_.advance(1);
+  messages_.waitUntilSaved();
+  const auto key = directory_ / "keychain/ToviAgent/tovi_agent_key";
+  std::filesystem::permissions(key, std::filesystem::perms::all);
+  CryptoDataProtector crypto(keychain_);
+  MessagePersistence waiting(store_, clock_, settings_, variables_, handler_, crypto);
+  waiting.saveMessage(batchOf("waiting"));
+  EXPECT_TRUE(waiting.getNewMessages().empty());
+  waiting.messageDeliveryState("unknown", true);
+  EXPECT_EQ(states(), "1");
+  std::filesystem::permissions(key, std::filesystem::perms::owner_read);
+  clock_.advance(10);
+  EXPECT_EQ(namesIn(waiting.getNewMessages().begin()->second), "sealed ");
+  waiting.messageDeliveryState("20220125170252", false);
+  EXPECT_EQ(namesIn(waiting.getNewMessages().begin()->second), "waiting ");
+  EXPECT_EQ(waiting.unreadable().count() + waiting.dropped().count(), 0U);
+}
+
 TEST_F(Delivery, OldestGoWhenMoreWaitsForTheStoreThanMemoryIsSetAside) {
   sql("PRAGMA query_only=ON");
   std::string large = batchOf("large");

@@ -26,7 +26,7 @@ TEST_F(Sealing, KeyIsKeptAcrossRestartsUnlessItsSizeIsWrong) {
 
 TEST_F(Sealing, KeyThatCouldNotBeSavedIsSavedByTheNextSeal) {
   const auto elsewhere = directory_ / "full";
-  writeFile(elsewhere, "no directory");
+  std::filesystem::create_symlink("nowhere", elsewhere);
   KeychainHelper keychain(elsewhere, "ToviAgent");
   const CryptoDataProtector crypto(keychain);
   crypto.encrypt({});
@@ -34,6 +34,20 @@ TEST_F(Sealing, KeyThatCouldNotBeSavedIsSavedByTheNextSeal) {
   std::filesystem::remove(elsewhere);
   const auto sealed = crypto.encrypt(bytesOf("abc"));
   EXPECT_TRUE(std::ranges::equal(CryptoDataProtector(keychain).decrypt(sealed), bytesOf("abc")));
+}
+
+TEST_F(Sealing, KeyThatCannotBeReadIsKeptAndUsedOnceItCan) {
+  const auto file = directory_ / "keychain/ToviAgent/tovi_agent_key";
+  std::filesystem::permissions(file, std::filesystem::perms::all);
+  const CryptoDataProtector crypto(keychain_);
+  EXPECT_EQ(crypto.keyFault(), "tovi_agent_key is open to other users");
+  EXPECT_THROW(crypto.decrypt(sealed_), std::runtime_error);
+  EXPECT_EQ(log_.count("Error: key cannot be read, messages wait for it: tovi_agent_key is open to "
+                       "other users"),
+            1);
+  std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+  EXPECT_EQ(crypto.keyFault(), std::nullopt);
+  EXPECT_TRUE(std::ranges::equal(crypto.decrypt(sealed_), bytesOf("abc")));
 }
 
 TEST_F(Sealing, EverySealHasItsOwnNonceAndATagWithoutWhichItDoesNotOpen) {

@@ -205,7 +205,8 @@ TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf)
                      {"events_repeated", {std::int64_t{150}}},
                      {"batches_dropped", {std::int64_t{0}}},
                      {"batches_removed", {std::int64_t{3}}},
-                     {"batches_unreadable", {std::int64_t{2}}}};
+                     {"batches_unreadable", {std::int64_t{2}}},
+                     {"payload_key_unreadable", {std::int64_t{1}}}};
   serve();
   const auto shown = sh("tovictl status --color=always 2>/dev/null | tr -s ' '");
   for (const char* line :

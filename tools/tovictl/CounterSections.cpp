@@ -63,12 +63,14 @@ static Section batchSection(const Counters& counters) {
   const auto dropped = countOf(counters, statistics::kBatchesDropped);
   const auto removed = countOf(counters, statistics::kBatchesRemoved);
   const auto unreadable = countOf(counters, statistics::kBatchesUnreadable);
+  const bool hasNoKey = countOf(counters, statistics::kPayloadKeyUnreadable).value_or(0) > 0;
   return {"Batches",
           {{"Stored", text(countOf(counters, statistics::kBatchesStored))},
            {"Waiting", text(countOf(counters, statistics::kBatchesWaiting))},
            {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)},
            {"Removed, store full", text(removed), toneOf(removed, Tone::Bad)},
-           {"Unreadable", text(unreadable), toneOf(unreadable, Tone::Bad)}}};
+           {"Unreadable", text(unreadable), toneOf(unreadable, Tone::Bad)},
+           {"Payload key", hasNoKey ? "cannot be read, see the log" : "", Tone::Bad}}};
 }
 
 std::vector<Section> counterSections(const Counters& counters) {
