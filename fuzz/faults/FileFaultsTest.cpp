@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 
 #include <gtest/gtest.h>
@@ -67,6 +68,21 @@ TEST_F(FileFaults, SecretThatCannotBeReadIsNoneAndComesBack) {
     EXPECT_TRUE(keychain.read("key"));
     return failed;
   });
+}
+
+TEST_F(FileFaults, SecretIsKeptWhereTheFileSystemKnowsNoRenameThatRefusesToReplace) {
+  KeychainHelper keychain(directory_.path(), "ToviAgent");
+  for (const std::string_view value : {"first", "second"}) {
+    int nth = 0;
+    while (failCalls(EINVAL, ++nth, false, [&] { keychain.save(bytesOf(value), "key"); }) !=
+           "renameat2") {
+      keychain.remove("key");
+      if (value == "second") keychain.save(bytesOf("first"), "key");
+      ASSERT_LT(nth, 50);
+    }
+    EXPECT_TRUE(std::ranges::equal(keychain.read("key").value_or(Bytes()), bytesOf(value)));
+    EXPECT_EQ(filesIn(directory_ / "ToviAgent"), 1);
+  }
 }
 
 TEST_F(FileFaults, VariablesAreTheOldOrTheNewOnesAndWrittenByTheNextBatch) {

@@ -25,6 +25,18 @@ void writeNew(const FileDescriptor& directory, const std::string& name,
   checkCall(fsync(file.get()), name);
 }
 
+// A file system that knows no flags of rename, such as NFS, says EINVAL. Nobody else writes `name`.
+void putInPlace(const FileDescriptor& directory, const std::string& temporary,
+                const std::string& name, unsigned flags) {
+  const int at = directory.get();
+  if (renameat2(at, temporary.c_str(), at, name.c_str(), flags) == 0) return;
+  if (errno != EINVAL || flags != RENAME_NOREPLACE) throwSystemError(errno, name);
+  struct stat present;
+  if (fstatat(at, name.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0) throwSystemError(EEXIST, name);
+  if (errno != ENOENT) throwSystemError(errno, name);
+  checkCall(renameat(at, temporary.c_str(), at, name.c_str()), name);
+}
+
 }  // namespace
 
 void putFile(const FileDescriptor& directory, const std::string& name,
@@ -33,9 +45,7 @@ void putFile(const FileDescriptor& directory, const std::string& name,
   unlinkat(directory.get(), temporary.c_str(), 0);  // A crash may have left one.
   try {
     writeNew(directory, temporary, contents, mode);
-    checkCall(
-        renameat2(directory.get(), temporary.c_str(), directory.get(), name.c_str(), renameFlags),
-        name);
+    putInPlace(directory, temporary, name, renameFlags);
   } catch (const std::system_error&) {
     unlinkat(directory.get(), temporary.c_str(), 0);
     throw;
