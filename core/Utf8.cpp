@@ -66,8 +66,15 @@ Utf8Character frontCharacter(std::string_view text) {
   return {point, length};
 }
 
+// Most texts are ASCII, and megabytes of them are checked while a caller waits.
+static std::string_view withoutFrontAscii(std::string_view text) {
+  const auto isOther = [](char byte) { return byteOf(byte) >= 0x80; };
+  text.remove_prefix(static_cast<std::size_t>(std::ranges::find_if(text, isOther) - text.begin()));
+  return text;
+}
+
 bool isUtf8(std::string_view bytes) {
-  while (!bytes.empty()) {
+  for (bytes = withoutFrontAscii(bytes); !bytes.empty(); bytes = withoutFrontAscii(bytes)) {
     const std::size_t length = frontCharacter(bytes).length;
     if (length == 0) return false;
     bytes.remove_prefix(length);

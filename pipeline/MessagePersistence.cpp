@@ -47,18 +47,18 @@ void MessagePersistence::saveWaitingMessages() {
 }
 
 bool MessagePersistence::waitUntilSaved() {
-  return atOnce([this] { return saveDataChanges(); });
+  return atOnce([](bool isSaved) { return isSaved; });
 }
 
 std::optional<std::uint64_t> MessagePersistence::waiting() try {
-  return atOnce([&] { return static_cast<std::uint64_t>(context_.countWaiting()); });
+  return atOnce([&](bool) { return static_cast<std::uint64_t>(context_.countWaiting()); });
 } catch (const SqliteError& error) {
   logger_.error("waiting()", "Error: ", error.what());
   return std::nullopt;
 }
 
 MessagePersistence::Texts MessagePersistence::getNewMessages() {
-  return atOnce([&] {
+  return atOnce([&](bool) {
     checkOlderDeliveredMessages();
     return handOverMessages();
   });
@@ -130,7 +130,7 @@ void MessagePersistence::addText(const std::string& id, std::string text, Batche
 }
 
 void MessagePersistence::messageDeliveryState(const std::string& id, bool deliveryFailed) {
-  atOnce([&] {
+  atOnce([&](bool) {
     logger_.debug("messageDeliveryState(id:deliveryState:)", "messageDeliveryState ", id,
                   " -- state: ", deliveryFailed ? "Nok" : "Ok");
     if (deliveryFailed) {
@@ -173,7 +173,6 @@ void MessagePersistence::checkOlderDeliveredMessages() {
     record.lastUpdate = date;
     context_.update(record);
   }
-  saveDataChanges();
 }
 
 MessagePersistence::Records MessagePersistence::makeFilteredFetch(

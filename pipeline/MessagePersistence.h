@@ -90,11 +90,11 @@ class MessagePersistence : public MessagePersistenceProtocol {
   using Records = std::vector<Messages>;
   using BatchesById = std::map<std::string, JoinedBatches>;
 
-  /// Runs the block on the queue, without waiting for the time of the next commit.
+  /// Runs the block on the queue behind a commit of all that waits, and does not wait for its time.
   template <typename Block>
   auto atOnce(const Block& block) {
     pacer_.hurry();
-    return serialQueue_.sync(block);
+    return serialQueue_.sync([&] { return block(saveDataChanges()); });
   }
   void saveWaitingMessages();
   Texts handOverMessages();

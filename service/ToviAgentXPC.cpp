@@ -1,5 +1,7 @@
 #include "service/ToviAgentXPC.h"
 
+#include <algorithm>
+
 #include "service/ServiceValues.h"
 #include "service/StatisticsInterface.h"
 #include "service/ToviAgentXPCProtocol.h"
@@ -71,13 +73,22 @@ std::vector<Method> methodTable() {
 
 /// Makes the texts of results such as the bus carries; those of settings are so already.
 struct TextCleaner {
-  void operator()(std::string& text) const { text = serviceText(text); }
+  // Megabytes that are so already are not copied.
+  void operator()(std::string& text) const {
+    const auto isPlain = [](char byte) { return byte > 0; };
+    if (!std::ranges::all_of(text, isPlain)) text = serviceText(text);
+  }
   void operator()(std::optional<std::string>& text) const {
-    if (text) text = serviceText(*text);
+    if (text) (*this)(*text);
   }
   void operator()(std::map<std::string, std::string>& texts) const {
     std::map<std::string, std::string> clean;
-    for (const auto& [key, text] : texts) clean.emplace(serviceText(key), serviceText(text));
+    while (!texts.empty()) {
+      auto entry = texts.extract(texts.begin());
+      (*this)(entry.key());
+      (*this)(entry.mapped());
+      clean.insert(std::move(entry));
+    }
     texts = std::move(clean);
   }
   void operator()(const auto&) const {}
