@@ -57,6 +57,8 @@ class MainLoop {
 /// Tells the service manager that start-up is complete, as sd_notify(3) READY=1 does. Without a
 /// service manager nothing happens.
 void notifyReady();
+/// Start-up may take as long from now on, as sd_notify(3) EXTEND_TIMEOUT_USEC= says.
+void extendStart(std::chrono::seconds time);
 /// One line about how things are, for `systemctl status`, as sd_notify(3) STATUS= does.
 void notifyStatus(const std::string& status);
 

@@ -102,6 +102,11 @@ void notifyReady() {
   sd_notify(0, "READY=1");
 }
 
+void extendStart(std::chrono::seconds time) {
+  sd_notify(0,
+            ("EXTEND_TIMEOUT_USEC=" + std::to_string(time / std::chrono::microseconds(1))).c_str());
+}
+
 void notifyStatus(const std::string& status) {
   sd_notify(0, ("STATUS=" + status).c_str());
 }

@@ -249,9 +249,14 @@ TEST_F(DaemonTest, ServiceManagerHearsReadinessEachStateAndLife) {
   ASSERT_EQ(bind(manager, reinterpret_cast<sockaddr*>(&name), sizeof name), 0);
   setenv("NOTIFY_SOCKET", name.sun_path, 1);
   setenv("WATCHDOG_USEC", "200000", 1);
+  // A large store is read before readiness, and may take longer than a service has to start.
+  std::filesystem::create_directory(directory_ / "store");
+  writeFile(directory_ / "store/other", "");
+  std::filesystem::resize_file(directory_ / "store/other", 2'000'000'000);
   startEnrolledDaemon();
   for (const std::string expected :
-       {"STATUS=The agent is inactive", "READY=1", "STATUS=The agent is active", "WATCHDOG=1"}) {
+       {"EXTEND_TIMEOUT_USEC=190000000", "STATUS=The agent is inactive", "READY=1",
+        "STATUS=The agent is active", "WATCHDOG=1"}) {
     char heard[64] = {};
     do {
       ASSERT_GT(recv(manager, heard, sizeof heard - 1, 0), 0);
