@@ -28,13 +28,31 @@ const char* outcomeText(Outcome outcome) {
   return outcome == Outcome::success ? "success" : "failure";
 }
 
-Json category(const DnsPacket& exchange) {
-  return {{"kind", "event"},
-          {"category", Json::array({"network"})},
-          {"type", Json::array({"protocol"})},
-          {"outcome", outcomeText(outcomeOf(exchange))},
-          {"module", "tovi"},
-          {"dataset", "tovi.dns"}};
+Json category(const ToviDNSEvent& event, const DnsPacket& exchange) {
+  constexpr std::int64_t kNanoseconds = 1000;
+  Json category{{"kind", "event"},
+                {"category", Json::array({"network"})},
+                {"type", Json::array({"protocol"})},
+                {"outcome", outcomeText(outcomeOf(exchange))},
+                {"module", "tovi"},
+                {"dataset", "tovi.dns"}};
+  if (const auto duration = durationUs(event)) category["duration"] = *duration * kNanoseconds;
+  return category;
+}
+
+Json network(const ToviDNSEvent& event) {
+  Json network{{"protocol", "dns"}};
+  if (event.exchange) add(network, "transport", event.exchange->transport);
+  return network;
+}
+
+void addEnds(Json& ecs, const ToviDNSEvent& event) {
+  if (event.exchange && event.exchange->clientPort) {
+    ecs["source"] = {{"port", *event.exchange->clientPort}};
+  }
+  if (const auto server = answeringServer(event)) {
+    ecs["destination"] = {{"ip", *server}, {"port", kServerPort}};
+  }
 }
 
 Json agent(const ToviDNSEvent& event) {
@@ -57,6 +75,11 @@ void addAsker(Json& ecs, const std::optional<EventProcess>& process) {
   if (!process) return;
   ecs["process"] = {{"pid", process->pid}};
   add(ecs["process"], "name", process->name);
+  add(ecs["process"], "executable", process->executable);
+  if (process->parent) {
+    ecs["process"]["parent"] = {{"pid", process->parent->pid}};
+    add(ecs["process"]["parent"], "name", process->parent->name);
+  }
   if (process->user) ecs["user"] = {{"name", *process->user}};
 }
 
@@ -119,6 +142,7 @@ std::set<std::string> relatedHosts(const ToviDNSEvent& event, const DnsPacket& e
 std::set<std::string> relatedAddresses(const ToviDNSEvent& event, const DnsPacket& exchange) {
   auto addresses = resolvedAddresses(exchange);
   for (auto& address : hostAddresses(event)) addresses.insert(std::move(address));
+  if (auto server = answeringServer(event)) addresses.insert(std::move(*server));
   if (!exchange.queriedServers) return addresses;
   for (const auto& server : *exchange.queriedServers) {
     if (isAddress(server)) addresses.insert(server);
@@ -148,6 +172,8 @@ Json ownFields(const ToviDNSEvent& event, const DnsPacket& exchange) {
   Json own;
   addUnlessEmpty(own, "logged_users", loggedUsers(event));
   if (exchange.queriedServers) addUnlessEmpty(own, "queried_servers", *exchange.queriedServers);
+  add(own, "answers_left_out", exchange.answersLeftOut);
+  if (event.process) add(own, "unit", event.process->unit);
   return own;
 }
 
@@ -159,11 +185,12 @@ Json ecsEvent(const ToviDNSEvent& event) {
   millisecondsOf(event);
   Json ecs{{"@timestamp", *event.timestamp},
            {"ecs", {{"version", kEcsVersion}}},
-           {"event", category(exchange)},
-           {"network", {{"protocol", "dns"}}},
+           {"event", category(event, exchange)},
+           {"network", network(event)},
            {"agent", agent(event)}};
   addUnlessEmpty(ecs, "host", host(event));
   addAsker(ecs, event.process);
+  addEnds(ecs, event);
   ecs["dns"] = dns(exchange);
   addUnlessEmpty(ecs, "related", related(event, exchange));
   addUnlessEmpty(ecs, "tovi", ownFields(event, exchange));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <chrono>
 #include <ctime>
 #include <iterator>
 
@@ -76,6 +77,18 @@ std::set<std::string> resolvedAddresses(const DnsPacket& exchange) {
     if (isAddressRecord(answer)) addresses.insert(answer.data);
   }
   return addresses;
+}
+
+std::optional<std::string> answeringServer(const ToviDNSEvent& event) {
+  if (!event.exchange || !isAddress(event.exchange->server.value_or(""))) return std::nullopt;
+  return event.exchange->server;
+}
+
+std::optional<std::int64_t> durationUs(const ToviDNSEvent& event) {
+  constexpr std::int64_t kDay = std::chrono::microseconds(std::chrono::days(1)).count();
+  if (!event.exchange || !event.exchange->durationUs) return std::nullopt;
+  const auto duration = *event.exchange->durationUs;
+  return duration >= 0 && duration <= kDay ? std::optional(duration) : std::nullopt;
 }
 
 Json loggedUsers(const ToviDNSEvent& event) {

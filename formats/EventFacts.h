@@ -38,6 +38,13 @@ std::vector<std::string> hostAddresses(const ToviDNSEvent& event);
 /// The data of the address records among the answers.
 std::set<std::string> resolvedAddresses(const DnsPacket& exchange);
 
+/// The server that answered, when that is an address.
+std::optional<std::string> answeringServer(const ToviDNSEvent& event);
+/// Microseconds from query to response; nothing when unknown, or not within a day.
+std::optional<std::int64_t> durationUs(const ToviDNSEvent& event);
+/// The only port whose exchanges become events.
+inline constexpr int kServerPort = 53;
+
 /// The users that are logged in, as the event itself writes them; null when there are none.
 Json loggedUsers(const ToviDNSEvent& event);
 

@@ -75,8 +75,8 @@ void addResponseCode(Json& ocsf, const std::optional<std::string>& code) {
 
 // The three parts of the message's header that version 1.9 moved.
 
-void addIdentifier(Json& object, const DnsPacket& exchange) {
-  object["packet_uid"] = exchange.id;
+void addIdentifier(Json& object, const DnsPacket& exchange, OcsfVersion version) {
+  object[version == OcsfVersion::v1_8 ? "packet_uid" : "transaction_id"] = exchange.id;
 }
 
 void addOpcode(Json& object, const DnsPacket& exchange) {
@@ -106,7 +106,7 @@ Json query(const DnsPacket& exchange, OcsfVersion version) {
   if (exchange.question->type) query["type"] = registeredType(*exchange.question->type);
   add(query, "class", registeredClass(exchange.question->queryClass));
   if (version == OcsfVersion::v1_8) {
-    addIdentifier(query, exchange);
+    addIdentifier(query, exchange, version);
     addOpcode(query, exchange);
   }
   return query;
@@ -120,7 +120,7 @@ Json answerJson(const Answer& answer, const DnsPacket& exchange, OcsfVersion ver
   add(json, "ttl", answer.ttl);
   json["rdata"] = answer.data;
   if (version == OcsfVersion::v1_8) {
-    addIdentifier(json, exchange);
+    addIdentifier(json, exchange, version);
     addFlags(json, exchange);
   }
   return json;
@@ -136,7 +136,7 @@ Json answers(const DnsPacket& exchange, OcsfVersion version) {
 
 void addExchange(Json& ocsf, const DnsPacket& exchange, OcsfVersion version) {
   if (version == OcsfVersion::v1_9) {
-    addIdentifier(ocsf, exchange);
+    addIdentifier(ocsf, exchange, version);
     addOpcode(ocsf, exchange);
     addFlags(ocsf, exchange);
   }
@@ -165,9 +165,17 @@ Json device(const ToviDNSEvent& event) {
   return device;
 }
 
+Json parentProcess(const EventParent& parent) {
+  Json process{{"pid", parent.pid}};
+  add(process, "name", parent.name);
+  return process;
+}
+
 Json actor(const EventProcess& process) {
   Json actor{{"process", {{"pid", process.pid}}}};
   add(actor["process"], "name", process.name);
+  add(actor["process"], "path", process.executable);
+  if (process.parent) actor["process"]["parent_process"] = parentProcess(*process.parent);
   if (process.user) {
     actor["process"]["user"] = {{"name", *process.user}};
     actor["user"] = {{"name", *process.user}};
@@ -180,13 +188,46 @@ Json actor(const EventProcess& process) {
 Json sourceEndpoint(const ToviDNSEvent& event) {
   auto source = endpoint(event);
   if (source.empty()) source["name"] = "unknown";
+  if (event.exchange) add(source, "port", event.exchange->clientPort);
   return source;
+}
+
+Json connection(const std::string& transport) {
+  // The protocol's number (IANA, Assigned Internet Protocol Numbers).
+  const int number = transport == "tcp" ? 6 : 17;
+  return {{"direction_id", 0},
+          {"direction", "Unknown"},
+          {"protocol_name", transport},
+          {"protocol_num", number}};
+}
+
+/// The first packet is the query, unless that was not seen.
+void addTimes(Json& ocsf, const ToviDNSEvent& event) {
+  constexpr std::int64_t kMicroseconds = 1000;
+  const auto first = millisecondsOf(event);
+  const auto duration = durationUs(event);
+  if (!duration) return;
+  const auto milliseconds = *duration / kMicroseconds;
+  ocsf["query_time"] = first;
+  ocsf["response_time"] = first + milliseconds;
+  ocsf["duration"] = milliseconds;
+}
+
+void addConnection(Json& ocsf, const ToviDNSEvent& event) {
+  if (const auto server = answeringServer(event)) {
+    ocsf["dst_endpoint"] = {{"ip", *server}, {"port", kServerPort}};
+  }
+  if (event.exchange && event.exchange->transport) {
+    ocsf["connection_info"] = connection(*event.exchange->transport);
+  }
+  addTimes(ocsf, event);
 }
 
 void addHost(Json& ocsf, const ToviDNSEvent& event) {
   addUnlessEmpty(ocsf, "device", device(event));
   if (event.process) ocsf["actor"] = actor(*event.process);
   ocsf["src_endpoint"] = sourceEndpoint(event);
+  addConnection(ocsf, event);
 }
 
 struct ObservableType {
@@ -231,6 +272,7 @@ Json unmappedExchange(const DnsPacket& exchange, OcsfVersion version) {
   if (version == OcsfVersion::v1_8 && exchange.answers) {
     addUnlessEmpty(rest, "answers", ownerNames(*exchange.answers));
   }
+  add(rest, "answers_left_out", exchange.answersLeftOut);
   if (exchange.queriedServers) addUnlessEmpty(rest, "queried_servers", *exchange.queriedServers);
   return rest;
 }
@@ -239,6 +281,7 @@ Json unmappedExchange(const DnsPacket& exchange, OcsfVersion version) {
 Json unmapped(const ToviDNSEvent& event, const DnsPacket& exchange, OcsfVersion version) {
   Json rest;
   if (const auto users = loggedUsers(event); !users.empty()) rest["system"]["logged_users"] = users;
+  if (event.process && event.process->unit) rest["process"]["unit"] = *event.process->unit;
   addUnlessEmpty(rest, "dns_packet", unmappedExchange(exchange, version));
   return rest;
 }

@@ -133,8 +133,9 @@ def compare_ocsf(events, own, made):
                 [(answer["data"], answer["ttl"]) for answer in exchange["answers"]],
                 f"data: {event}")
         require([answer["type"] for answer in answers] == types, f"types: {event}")
+        identifier = "transaction_id" if is_new else "packet_uid"
         for place in [event] if is_new else answers:
-            require(place["packet_uid"] == exchange["id"], f"identifier: {event}")
+            require(place[identifier] == exchange["id"], f"identifier: {event}")
             require({flag - 1 for flag in place["flag_ids"]} == bits, f"flags: {event}")
             require(set(place["flags"]) == {FLAGS[bit] for bit in bits}, f"flags: {event}")
         require(event["time"] == 1643130172000, f"time: {event}")

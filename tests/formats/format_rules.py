@@ -9,6 +9,7 @@ import jsonschema
 TEXT = {"type": "string", "pattern": "^[ -~]*$"}
 UNICODE = {"type": "string"}
 INTEGER = {"type": "integer"}
+PORT = {"type": "integer", "minimum": 0, "maximum": 65535}
 LONG = {"type": "integer", "minimum": -(2**63), "maximum": 2**63 - 1}
 ADDRESS = {"anyOf": [{"type": "string", "format": form} for form in ("ipv4", "ipv6")]}
 TIME = {"type": "string", "pattern": r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$"}
@@ -56,13 +57,18 @@ ECS = record(
                 "outcome": one_of("success", "failure", "unknown"),
                 "module": UNICODE,
                 "dataset": UNICODE,
+                "duration": LONG,
             },
             ["kind", "category", "type", "outcome"],
         ),
-        "network": record({"protocol": one_of("dns")}, ["protocol"]),
+        "network": record({"protocol": one_of("dns"), "transport": one_of("udp", "tcp")},
+                          ["protocol"]),
         "agent": record({"type": UNICODE, "version": UNICODE}),
         "host": record({"name": UNICODE, "hostname": UNICODE, "ip": many(ADDRESS)}),
-        "process": record({"pid": LONG, "name": UNICODE}),
+        "process": record({"pid": LONG, "name": UNICODE, "executable": UNICODE,
+                           "parent": record({"pid": LONG, "name": UNICODE})}),
+        "source": record({"port": PORT}),
+        "destination": record({"ip": ADDRESS, "port": PORT}),
         "user": record({"name": UNICODE}),
         "dns": record(
             {
@@ -79,7 +85,8 @@ ECS = record(
             ["type"],
         ),
         "related": record({"hosts": many(UNICODE), "ip": many(ADDRESS), "user": many(UNICODE)}),
-        "tovi": record({"logged_users": many(USER_ENTRY), "queried_servers": many(UNICODE)}),
+        "tovi": record({"logged_users": many(USER_ENTRY), "queried_servers": many(UNICODE),
+                        "answers_left_out": INTEGER, "unit": UNICODE}),
     },
     ["@timestamp", "ecs", "event", "dns"],
 )
@@ -97,6 +104,7 @@ FLAGS = ["Authoritative Answer", "Truncated Response", "Recursion Desired", "Rec
 OBSERVABLES = {1: "Hostname", 2: "IP Address", 4: "User Name", 9: "Process Name"}
 
 IDENTIFIER = {"packet_uid": INTEGER}
+TRANSACTION = {"transaction_id": INTEGER}
 OPCODE = {"opcode_id": INTEGER, "opcode": TEXT}
 HEADER_FLAGS = {"flag_ids": many(one_of(1, 2, 3, 4, 5, 6)), "flags": many(one_of(*FLAGS))}
 RECORD = {"type": TEXT, "class": TEXT}
@@ -104,7 +112,7 @@ RECORD = {"type": TEXT, "class": TEXT}
 PLACES = {
     "1.8": ({}, IDENTIFIER | OPCODE, IDENTIFIER | HEADER_FLAGS,
             {"answers": many(record({"name": TEXT}, ["name"]))}),
-    "1.9": (IDENTIFIER | OPCODE | HEADER_FLAGS, {}, {"hostname": TEXT}, {}),
+    "1.9": (TRANSACTION | OPCODE | HEADER_FLAGS, {}, {"hostname": TEXT}, {}),
 }
 
 
@@ -113,7 +121,12 @@ def ocsf(version):
     endpoint = {"hostname": UNICODE, "ip": ADDRESS}
     user = record({"name": UNICODE}, at_least_one=["name"])
     interface = record({"ip": ADDRESS}, at_least_one=["ip"])
-    process = record({"pid": LONG, "name": UNICODE, "user": user}, at_least_one=["pid"])
+    parent = record({"pid": LONG, "name": UNICODE}, at_least_one=["pid"])
+    process = record({"pid": LONG, "name": UNICODE, "path": UNICODE, "user": user,
+                      "parent_process": parent}, at_least_one=["pid"])
+    connection = record({"direction_id": one_of(0), "direction": one_of("Unknown"),
+                         "protocol_name": one_of("udp", "tcp"), "protocol_num": one_of(6, 17)},
+                        ["direction_id"])
     product = record({"name": UNICODE, "vendor_name": UNICODE, "version": UNICODE},
                      ["name", "vendor_name"])
     schema = record(
@@ -136,7 +149,12 @@ def ocsf(version):
             "device": record(endpoint | {"type_id": one_of(0), "type": one_of("Unknown"),
                                          "network_interfaces": many(interface)},
                              ["type_id"], ["hostname", "ip"]),
-            "src_endpoint": record(endpoint | {"name": one_of("unknown")},
+            "query_time": INTEGER,
+            "response_time": INTEGER,
+            "duration": INTEGER,
+            "dst_endpoint": record({"ip": ADDRESS, "port": PORT}, at_least_one=["ip"]),
+            "connection_info": connection,
+            "src_endpoint": record(endpoint | {"name": one_of("unknown"), "port": PORT},
                                    at_least_one=["hostname", "ip", "name"]),
             "actor": record({"process": process, "user": user}, at_least_one=["process", "user"]),
             "query": record({"hostname": TEXT} | RECORD | of_query, ["hostname"])
@@ -150,7 +168,9 @@ def ocsf(version):
                                 | named("type_id", "type", OBSERVABLES)),
             "unmapped": record({
                 "system": record({"logged_users": many(USER_ENTRY)}),
-                "dns_packet": record({"op_code": TEXT, "queried_servers": many(UNICODE)}
+                "process": record({"unit": UNICODE}),
+                "dns_packet": record({"op_code": TEXT, "queried_servers": many(UNICODE),
+                                      "answers_left_out": INTEGER}
                                      | of_rest)}),
         } | of_class,
         ["time", "category_uid", "class_uid", "activity_id", "type_uid", "severity_id", "metadata",
