@@ -34,12 +34,22 @@ nanoseconds nowBy(clockid_t clock) {
   return std::chrono::seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
 }
 
+/// What the clock of the entries is behind that of captures. Others may be let run between the
+/// looks at the two.
+nanoseconds clockDifference() {
+  constexpr int kMostTries = 100;
+  for (int tries = 1;; ++tries) {
+    const auto before = nowBy(CLOCK_REALTIME);
+    const auto monotonic = nowBy(CLOCK_MONOTONIC);
+    const auto after = nowBy(CLOCK_REALTIME);
+    if (after - before < kPrecision || tries == kMostTries) return before - monotonic;
+  }
+}
+
 /// The time of capture by the clock of the entries; now when it is not known.
 nanoseconds captureTime(const CapturedQuery& query) {
-  const auto now = nowBy(CLOCK_MONOTONIC);
-  if (query.time == std::chrono::system_clock::time_point()) return now;
-  const nanoseconds age = nowBy(CLOCK_REALTIME) - query.time.time_since_epoch();
-  return now - age;
+  if (query.time == std::chrono::system_clock::time_point()) return nowBy(CLOCK_MONOTONIC);
+  return nanoseconds(query.time.time_since_epoch()) - clockDifference();
 }
 
 bool isLoopback(const Address& address) {
