@@ -9,13 +9,14 @@
 
 namespace tovi {
 
-/// How often each text was added, in bounded memory: exact until the room is full, then bounds. A
-/// full room gives up its rarer half, and a text that comes later may have been among them, so it
-/// starts where they ended: Space-Saving (Metwally, Agrawal, El Abbadi: Efficient Computation of
-/// Frequent and Top-k Elements in Data Streams, 2005), half the room at a time. One thread.
+/// How often each text was added, in bounded memory: exact until the capacity is reached, then
+/// bounds. A full counter gives up its rarer half, and a text that comes later may have been among
+/// them, so it starts where they ended: Space-Saving (Metwally, Agrawal, El Abbadi: Efficient
+/// Computation of Frequent and Top-k Elements in Data Streams, 2005), half the capacity at a time.
+/// One thread.
 class BoundedCounts {
  public:
-  struct Room {
+  struct Capacity {
     std::size_t texts = std::size_t{1} << 17;
     /// Of all texts together.
     std::size_t bytes = std::size_t{16} << 20;
@@ -28,8 +29,8 @@ class BoundedCounts {
     bool operator==(const Entry&) const = default;
   };
 
-  BoundedCounts() : BoundedCounts(Room()) {}
-  explicit BoundedCounts(Room room) : room_(room) {}
+  BoundedCounts() : BoundedCounts(Capacity()) {}
+  explicit BoundedCounts(Capacity capacity) : capacity_(capacity) {}
 
   void add(std::string_view text);
 
@@ -59,10 +60,10 @@ class BoundedCounts {
   };
   using Counts = std::unordered_map<std::string, Count, Hash, std::equal_to<>>;
 
-  bool isFull() const { return counts_.size() >= room_.texts || bytes_ >= room_.bytes; }
+  bool isFull() const { return counts_.size() >= capacity_.texts || bytes_ >= capacity_.bytes; }
   void giveUpHalf();
 
-  Room room_;
+  Capacity capacity_;
   Counts counts_;
   std::size_t bytes_ = 0;
   std::size_t mostKept_ = 0;

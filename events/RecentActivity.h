@@ -54,16 +54,16 @@ class RecentActivity : public MessageObserverProtocol {
  private:
   static constexpr std::chrono::seconds kSlotTime{10};
   static constexpr std::size_t kSlots = kWindow / kSlotTime;
-  static constexpr BoundedCounts::Room kRoom{.texts = 256, .bytes = 16 * 1024};
+  static constexpr BoundedCounts::Capacity kCapacity{.texts = 256, .bytes = 16 * 1024};
 
   struct Slot {
     /// Since the epoch, in units of kSlotTime.
     std::int64_t number = -1;
     std::uint64_t queries = 0;
-    BoundedCounts names{kRoom};
-    BoundedCounts processes{kRoom};
-    BoundedCounts failures{kRoom};
-    BoundedCounts resolvers{kRoom};
+    BoundedCounts names{kCapacity};
+    BoundedCounts processes{kCapacity};
+    BoundedCounts failures{kCapacity};
+    BoundedCounts resolvers{kCapacity};
   };
 
   std::int64_t currentNumber() const;

@@ -52,12 +52,12 @@ void feed(z_stream& stream, ByteView& input) {
   input = input.subspan(stream.avail_in);
 }
 
-void offerRoom(z_stream& stream, Bytes& output, std::size_t used) {
+void offerSpace(z_stream& stream, Bytes& output, std::size_t used) {
   stream.next_out = reinterpret_cast<Bytef*>(output.data() + used);
   stream.avail_out = pieceSize(output.size() - used);
 }
 
-// Room for one byte more than the limit tells a stream that ends at the limit from one beyond it.
+// Space for one byte more than the limit tells a stream that ends at the limit from one beyond it.
 void enlarge(Bytes& output, std::size_t used, std::size_t limit) {
   if (used < output.size()) return;
   if (used > limit) throw GzipError(Z_BUF_ERROR, "Output limit exceeded");
@@ -71,10 +71,10 @@ Bytes run(z_stream& stream, Step step, int lastFlush, ByteView input, std::size_
   while (code != Z_STREAM_END) {
     if (stream.avail_in == 0) feed(stream, input);
     enlarge(output, used, limit);
-    offerRoom(stream, output, used);
-    const uInt room = stream.avail_out;
+    offerSpace(stream, output, used);
+    const uInt space = stream.avail_out;
     code = step(&stream, input.empty() ? lastFlush : Z_NO_FLUSH);
-    used += room - stream.avail_out;
+    used += space - stream.avail_out;
     if (code != Z_STREAM_END) check(code, stream);
   }
   if (used > limit) throw GzipError(Z_BUF_ERROR, "Output limit exceeded");

@@ -20,8 +20,9 @@ TEST(BoundedCountsTest, FewTextsAreCountedExactly) {
 }
 
 TEST(BoundedCountsTest, ManyTextsAreBoundedFromBothSides) {
-  for (const auto room : {BoundedCounts::Room{100, 1 << 20}, BoundedCounts::Room{100000, 300}}) {
-    BoundedCounts counts(room);
+  for (const auto capacity :
+       {BoundedCounts::Capacity{100, 1 << 20}, BoundedCounts::Capacity{100000, 300}}) {
+    BoundedCounts counts(capacity);
     std::map<std::string, std::uint64_t> exact;
     std::minstd_rand random(1);
     for (int i = 0; i < 50000; ++i) {

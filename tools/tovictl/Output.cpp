@@ -10,7 +10,7 @@
 namespace tovi::ctl {
 
 // A pipe or terminal that was made not to block is waited for all the same.
-static void waitForRoom() {
+static void waitForSpace() {
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
   poll(&output, 1, -1);
 }
@@ -20,7 +20,7 @@ static std::size_t writeSome(std::string_view text) {
   if (written >= 0) return static_cast<std::size_t>(written);
   if (errno == EINTR) return 0;
   if (errno == EAGAIN) {
-    waitForRoom();
+    waitForSpace();
     return 0;
   }
   if (errno == EPIPE) throw OutputClosed();

@@ -14,7 +14,7 @@ class OutputClosed : public std::runtime_error {
 };
 
 /// Hands all of `text` to the operating system: nothing stays behind in a buffer. Waits where
-/// there is no room, even if the output does not block. Throws OutputClosed for a closed pipe,
+/// there is no space, even if the output does not block. Throws OutputClosed for a closed pipe,
 /// std::system_error for all else.
 void writeOut(std::string_view text);
 
