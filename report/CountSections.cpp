@@ -151,25 +151,18 @@ void writeAskers(HtmlText& page, const ReportFigures& figures) {
 
 void writeUndecodable(HtmlText& page, const ReportFigures& figures) {
   beginSection(page, "undecodable", "What could not be decoded", "frames and messages");
-  const auto total = figures.undecodable();
-  if (total == 0) {
+  const auto& reasons = figures.undecodable();
+  if (reasons.total() == 0) {
     page << "<p class=\"none\">Nothing was found that could not be decoded.</p></section>\n";
     return;
   }
-  std::vector<std::pair<std::uint64_t, std::string_view>> reasons;
-  for (std::size_t at = 0; at < kUndecodableReasons; ++at) {
-    const auto reason = static_cast<Undecodable>(at);
-    const auto count = figures.undecodable(reason);
-    if (count > 0) reasons.emplace_back(count, undecodableText(reason));
-  }
-  std::ranges::stable_sort(reasons, std::greater(),
-                           &std::pair<std::uint64_t, std::string_view>::first);
   beginTable(page, {"undecodable-table", "Reason", "Count", ""});
-  for (const auto& [count, reason] : reasons) {
+  const auto shown = reasons.top(reasons.different());
+  for (const auto& [reason, least, count] : shown) {
     page << "<tr><th scope=\"row\"><span>" << reason << "</span>";
-    writeShareBar(page, count, reasons.front().first);
+    writeShareBar(page, count, shown.front().most);
     page << "</th><td>" << numberText(count) << "</td><td class=\"share\">"
-         << shareText(count, total) << "</td></tr>\n";
+         << shareText(count, reasons.total()) << "</td></tr>\n";
   }
   page << "</tbody></table></section>\n";
 }

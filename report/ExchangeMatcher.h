@@ -7,11 +7,11 @@
 
 #include "core/TimeProviderProtocol.h"
 #include "events/LRUCache.h"
-#include "platform/Flow.h"
+#include "events/Sighting.h"
 
 namespace tovi::report {
 
-/// Finds the query of each response: same addresses and ports, transaction identifier and question
+/// Finds the query of each response: same client, server, transaction identifier and question
 /// (RFC 5452, section 9.1), at most 30 seconds apart: files can tell of a response before its
 /// query. Of queries that repeat one the first counts. Keeps a limited number of queries, told
 /// apart by a hash of 64 bits. One thread.
@@ -23,8 +23,9 @@ class ExchangeMatcher {
   static constexpr std::int64_t kMostWaiting = 65536;
 
   struct Message {
-    const platform::Flow& flow;
-    std::uint16_t id;
+    const Endpoint& client;
+    std::string_view server;
+    std::string_view id;
     std::string_view question;
     Date time;
   };

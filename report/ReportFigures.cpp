@@ -1,10 +1,8 @@
 #include "report/ReportFigures.h"
 
 #include <algorithm>
-#include <numeric>
+#include <chrono>
 
-#include "capture/DnsMessage.h"
-#include "capture/RecordText.h"
 #include "events/DnsEventNames.h"
 #include "events/RecordTextReader.h"
 #include "report/HtmlText.h"
@@ -13,6 +11,8 @@ namespace tovi::report {
 namespace {
 
 constexpr std::string_view kNone = "(none)";
+// Of name, type and class in the question of a record text.
+constexpr char kFieldSeparator = ';';
 
 std::string_view firstQuestion(const RecordTextReader& record) {
   return record.queries.size() > 0 ? record.queries.begin()->value : std::string_view();
@@ -32,36 +32,36 @@ void ReportFigures::addPacket(Date time) {
   ++timeline_.at(now_).packets;
 }
 
-void ReportFigures::observe(const ObservedMessage& message) {
-  now_ = message.time;
+void ReportFigures::addMessage(std::string_view recordText) {
+  const RecordTextReader record(recordText);
+  const auto seen = sightingFrom(record.packet);
+  if (!seen) return;
+  // A message of a stream can be told by a later packet. Else the packet's time is the exact one.
+  if (std::chrono::floor<std::chrono::microseconds>(now_) != Date(seen->time)) {
+    now_ = Date(seen->time);
+  }
   ++timeline_.at(now_).messages;
-  const RecordTextReader record(message.recordText);
-  const ExchangeMatcher::Message asked{message.flow, message.header.id, firstQuestion(record),
-                                       now_};
-  if (message.header.isResponse) {
-    addResponse(asked, message.header.responseCode);
+  const ExchangeMatcher::Message message{seen->client, seen->server, record.id,
+                                         firstQuestion(record), now_};
+  if (seen->isResponse) {
+    addResponse(message, record.response);
   } else {
-    exchanges_.addQuery(asked);
+    exchanges_.addQuery(message);
   }
 }
 
-void ReportFigures::addResponse(const ExchangeMatcher::Message& response, unsigned code) {
-  responseCodes_.add(responseCodeName(std::to_string(code)));
+void ReportFigures::addResponse(const ExchangeMatcher::Message& response, std::string_view code) {
+  responseCodes_.add(responseCodeName(code));
   if (const auto time = exchanges_.addResponse(response)) answerTimes_.add(*time);
-  if (code == 0) return;
+  if (code == "0") return;
   ++timeline_.at(now_).failed;
-  const auto name =
-      response.question.substr(0, response.question.find(recordtext::kFieldSeparator));
+  const auto name = response.question.substr(0, response.question.find(kFieldSeparator));
   failedNames_.add(name.empty() ? kNone : name);
 }
 
-void ReportFigures::addUndecodable(Undecodable reason) {
-  ++undecodable_[static_cast<std::size_t>(reason)];
+void ReportFigures::addUndecodable(std::string_view reason) {
+  undecodable_.add(reason);
   ++timeline_.at(now_).undecodable;
-}
-
-std::uint64_t ReportFigures::undecodable() const {
-  return std::accumulate(undecodable_.begin(), undecodable_.end(), std::uint64_t{0});
 }
 
 void ReportFigures::addEvent(const ToviDNSEvent& event) {

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "capture/MessageObserverProtocol.h"
-#include "capture/Undecodable.h"
 #include "events/BoundedCounts.h"
 #include "events/ToviDNSEvent.h"
 #include "report/AnswerTimes.h"
@@ -19,15 +16,16 @@ namespace tovi::report {
 
 /// What a report tells, gathered while a capture is read. Its memory does not grow with the
 /// capture. One thread.
-class ReportFigures : public MessageObserverProtocol {
+class ReportFigures {
  public:
   /// Separates the process from the name in the texts of `askedNames`.
   static constexpr char kAskerSeparator = '\0';
 
   /// Comes before the messages, events and failures of the packet.
   void addPacket(Date time);
-  void observe(const ObservedMessage& message) override;
-  void addUndecodable(Undecodable reason);
+  /// A DNS message in the form in which capture hands it to the events.
+  void addMessage(std::string_view recordText);
+  void addUndecodable(std::string_view reason);
   void addEvent(const ToviDNSEvent& event);
   /// Why a file was not read to its end.
   void addFault(std::string_view text) { faults_.emplace_back(text); }
@@ -40,10 +38,7 @@ class ReportFigures : public MessageObserverProtocol {
   const Timeline& timeline() const { return timeline_; }
   const ExchangeMatcher& exchanges() const { return exchanges_; }
   const AnswerTimes& answerTimes() const { return answerTimes_; }
-  std::uint64_t undecodable(Undecodable reason) const {
-    return undecodable_[static_cast<std::size_t>(reason)];
-  }
-  std::uint64_t undecodable() const;
+  const BoundedCounts& undecodable() const { return undecodable_; }
 
   // Of the responses; "(none)", which is no name as names are written, stands for that of a
   // response without a question.
@@ -59,7 +54,7 @@ class ReportFigures : public MessageObserverProtocol {
   const BoundedCounts& askedNames() const { return askedNames_; }
 
  private:
-  void addResponse(const ExchangeMatcher::Message& response, unsigned code);
+  void addResponse(const ExchangeMatcher::Message& response, std::string_view code);
 
   /// Of the packet or message that the next figures are of.
   Date now_;
@@ -70,7 +65,7 @@ class ReportFigures : public MessageObserverProtocol {
   Timeline timeline_;
   ExchangeMatcher exchanges_;
   AnswerTimes answerTimes_;
-  std::array<std::uint64_t, kUndecodableReasons> undecodable_{};
+  BoundedCounts undecodable_;
   BoundedCounts responseCodes_;
   BoundedCounts failedNames_;
   BoundedCounts names_;

@@ -113,7 +113,7 @@ void writeTiles(HtmlText& page, const ReportFigures& figures) {
             (names.isExact() ? "" : "at least "s) + numberText(names.different()),
             "different ones in events");
   writeTile(page, "median", "Median answer time", median, "from query to response");
-  writeTile(page, "undecodable-total", "Not decoded", numberText(figures.undecodable()),
+  writeTile(page, "undecodable-total", "Not decoded", numberText(figures.undecodable().total()),
             "frames and messages");
   page << "</dl>\n";
 }

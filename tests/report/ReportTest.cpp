@@ -70,24 +70,24 @@ TEST(TimelineTest, ManyIntervalsBecomeFewerAndLonger) {
 }
 
 TEST(ExchangeMatcherTest, ResponseFindsItsQueryAndNoOther) {
-  const platform::Flow asks{{}, {std::byte{1}}, 4000, 53}, replies{{std::byte{1}}, {}, 53, 4000};
-  const platform::Flow other{{std::byte{1}}, {}, 53, 4001};
+  const Endpoint client{"192.0.2.2", 4000}, other{"192.0.2.2", 4001};
   const struct {
-    const platform::Flow& flow;
-    std::uint16_t id;
+    const Endpoint& client;
+    const char* server;
+    const char* id;
     const char* question;
     nanoseconds time;
     std::optional<nanoseconds> waited;
-  } cases[] = {{replies, 7, "a", 30s, 30s},       {replies, 7, "a", 31s, {}},
-               {other, 7, "a", 1s, {}},           {asks, 7, "a", 1s, {}},
-               {replies, 8, "a", 1s, {}},         {replies, 7, "b", 1s, {}},
-               {replies, 7, "a", 1500ms, 1500ms}, {replies, 7, "a", -31s, {}}};
-  for (const auto& [flow, id, question, time, waited] : cases) {
+  } cases[] = {{client, "s", "7", "a", 30s, 30s},       {client, "s", "7", "a", 31s, {}},
+               {other, "s", "7", "a", 1s, {}},          {client, "t", "7", "a", 1s, {}},
+               {client, "s", "8", "a", 1s, {}},         {client, "s", "7", "b", 1s, {}},
+               {client, "s", "7", "a", 1500ms, 1500ms}, {client, "s", "7", "a", -31s, {}}};
+  for (const auto& [asks, server, id, question, time, waited] : cases) {
     ExchangeMatcher exchanges;
-    exchanges.addQuery({asks, 7, "a", Date()});
-    exchanges.addQuery({asks, 7, "a", Date(1s)});
-    EXPECT_EQ(exchanges.addResponse({flow, id, question, Date(time)}), waited);
-    EXPECT_EQ(exchanges.addResponse({flow, id, question, Date(time)}), std::nullopt);
+    exchanges.addQuery({client, "s", "7", "a", Date()});
+    exchanges.addQuery({client, "s", "7", "a", Date(1s)});
+    EXPECT_EQ(exchanges.addResponse({asks, server, id, question, Date(time)}), waited);
+    EXPECT_EQ(exchanges.addResponse({asks, server, id, question, Date(time)}), std::nullopt);
     EXPECT_EQ(exchanges.repeated(), 1U);
     EXPECT_EQ(exchanges.answered(), waited ? 1U : 0U);
   }

@@ -104,13 +104,13 @@ void Replay::replayFrame(PacketHandler& handler, const CapturedFrame& frame) {
 PacketHandler Replay::makeHandler() {
   return PacketHandler({.processLookup = [](const auto&) { return platform::QuerySender(); },
                         .sink = [this](std::string_view text) { takeRecord(text); },
-                        .observer = figures_ ? &*figures_ : nullptr,
                         .dnsServers = [] { return std::string(); },
                         .abandoned = [this](Undecodable reason) { noteFailure(reason); }});
 }
 
 void Replay::takeRecord(std::string_view recordText) {
   ++counts_.messages;
+  if (figures_) figures_->addMessage(recordText);
   if (options_.output == ReplayOptions::Output::records) {
     output_.writeLine(recordText);
   } else {
@@ -128,7 +128,7 @@ void Replay::takeEvent(const ToviDNSEvent& event) {
 
 void Replay::noteFailure(Undecodable reason) {
   ++counts_.failures;
-  if (figures_) figures_->addUndecodable(reason);
+  if (figures_) figures_->addUndecodable(undecodableText(reason));
   if (options_.quiet) return;
   progress_.clear();
   std::fputs("Error parsing packet \n", stderr);
