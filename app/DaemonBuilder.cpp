@@ -120,6 +120,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       processFinder_(bundle.information("ToviProcessLookup")),
       packetReceiver_([this](const auto& query) { return processFinder_.find(query); },
                       &recentActivity_),
+      interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }),
       daemon_(permanentDataManager_, messagePersistence_, packetReceiver_),
       statusBuilder_(bundleProvider_, timeProvider_, variables_, daemon_, propertyManager_,
                      systemInfo_),
@@ -135,7 +136,6 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                        .userInfo = userBuilder_},
                       undesiredDomains(bundle)),
       timeoutTimer_(setting<double>(propertyManager_, "check_packer_messages_timeout_sec")),
-      interfacesChecker_(bundle.identifier(), [this] { packetReceiver_.updateInterfaces(); }),
       statistics_({.capture = packetReceiver_,
                    .finder = processFinder_,
                    .container = dnsMsgContainer_,
@@ -145,7 +145,6 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
                    .crypto = crypto_,
                    .activity = recentActivity_}) {
   publishFeedUrl();
-  interfacesChecker_.uploadInterfacesList();
   // Capture may run since the agent controller was built. Nothing can fail from here on, so the
   // message builder stays until the destructor has stopped it.
   packetReceiver_.setMessageBuilder(&messageBuilder_);

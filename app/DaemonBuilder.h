@@ -92,13 +92,13 @@ class DaemonBuilder {
   RecentActivity recentActivity_;
   platform::ProcessFinder processFinder_;
   PacketReceiver packetReceiver_;
+  InterfaceChecker interfacesChecker_;
   DaemonToviAgent daemon_;
   StatusBuilder statusBuilder_;
   StatusKeeper statusKeeper_;
   DNSMessageContainer dnsMsgContainer_;
   ToviDNSMessageBuilder messageBuilder_;
   const std::chrono::duration<double> timeoutTimer_;
-  InterfaceChecker interfacesChecker_;
   DaemonStatistics statistics_;
 
   std::thread interfacesObserver_;

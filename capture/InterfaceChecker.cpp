@@ -6,7 +6,9 @@ namespace tovi {
 
 InterfaceChecker::InterfaceChecker(std::optional<std::string> bundleIdentifier,
                                    std::function<void()> newAddress)
-    : bundleIdentifier_(std::move(bundleIdentifier)), newAddress_(std::move(newAddress)) {}
+    : bundleIdentifier_(std::move(bundleIdentifier)), newAddress_(std::move(newAddress)) {
+  uploadInterfacesList();
+}
 
 void InterfaceChecker::startObserving() {
   if (!bundleIdentifier_) {

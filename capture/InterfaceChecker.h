@@ -14,8 +14,9 @@ namespace tovi {
 /// Watches the machine's addresses, and tells when one shows up that was never seen before.
 class InterfaceChecker {
  public:
-  /// `newAddress` is called when a scan after the first finds an interface and address not seen
-  /// before. Without `bundleIdentifier` there is no observing.
+  /// Scans, which is to come before capture lists the interfaces: what comes up in between is then
+  /// news. `newAddress` is called when a later scan finds an interface and address not seen before.
+  /// Without `bundleIdentifier` there is no observing.
   InterfaceChecker(std::optional<std::string> bundleIdentifier, std::function<void()> newAddress);
 
   /// Blocks the calling thread, scanning after every change of the network configuration, until
