@@ -20,7 +20,7 @@ std::vector<InterfaceAddress> interfaceAddresses();
 /// from systemd-resolved's list of real servers where that exists, else from resolv.conf(5).
 std::vector<std::string> resolverAddresses();
 
-/// Tells of changes of the machine's IPv4 configuration.
+/// Tells of changes of the machine's interfaces and of their IPv4 addresses.
 class NetworkChanges {
  public:
   NetworkChanges();

@@ -11,7 +11,7 @@ build_packages=(g++ cmake ninja-build pkg-config libpcap-dev libknot-dev libsyst
 run_packages=(dbus-daemon lsof dnsmasq-base)
 run_targets=(ToviDaemon tovictl tovi-attach tovi-system-profiler tovi-directory)
 # systemd for its busctl, which the tests drive the service with; the browser opens reports.
-test_packages=(libgtest-dev chromium-headless-shell dbus-daemon lsof python3-jeepney
+test_packages=(libgtest-dev chromium-headless-shell dbus-daemon iproute2 lsof python3-jeepney
                python3-jsonschema python3-pyte systemd)
 # time is the program of that name, not the shell's word.
 bench_packages=(libbenchmark-dev bind9-dnsutils dbus-daemon iproute2 lsof python3 systemd time

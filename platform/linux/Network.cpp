@@ -61,7 +61,7 @@ std::vector<std::string> resolverAddresses() {
 
 struct NetworkChanges::Native {
   // Constant after construction.
-  const FileDescriptor notifications = openRouteNotifications(RTMGRP_IPV4_IFADDR);
+  const FileDescriptor notifications = openRouteNotifications(RTMGRP_LINK | RTMGRP_IPV4_IFADDR);
   const FileDescriptor stopped = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 };
 
