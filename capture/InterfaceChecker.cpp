@@ -32,8 +32,8 @@ void InterfaceChecker::uploadInterfacesList() {
   const auto addresses = platform::interfaceAddresses();
   if (addresses.empty()) return;
   bool shouldUpdateInterfaces = false;
-  for (const auto& [name, address] : addresses) {
-    shouldUpdateInterfaces |= interfacesList_.insert(name + "-" + address).second;
+  for (const auto& [name, index, address] : addresses) {
+    shouldUpdateInterfaces |= std::exchange(interfacesList_[name + "-" + address], index) != index;
   }
   logger_.debug("uploadInterfacesList()", " listEmpty ", listEmpty, " shouldUpdateInterfaces ",
                 shouldUpdateInterfaces);

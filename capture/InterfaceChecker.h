@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "core/ToviLog.h"
@@ -11,12 +11,13 @@
 
 namespace tovi {
 
-/// Watches the machine's addresses, and tells when one shows up that was never seen before.
+/// Watches the machine's addresses, and tells when one shows up that was never seen before, or
+/// on another interface than before of the same name: what captured that one sees nothing more.
 class InterfaceChecker {
  public:
   /// Scans, which is to come before capture lists the interfaces: what comes up in between is then
-  /// news. `newAddress` is called when a later scan finds an interface and address not seen before.
-  /// Without `bundleIdentifier` there is no observing.
+  /// news. `newAddress` is called when a later scan finds an interface and address not seen before,
+  /// or an interface made anew. Without `bundleIdentifier` there is no observing.
   InterfaceChecker(std::optional<std::string> bundleIdentifier, std::function<void()> newAddress);
 
   /// Blocks the calling thread, scanning after every change of the network configuration, until
@@ -34,8 +35,9 @@ class InterfaceChecker {
   platform::NetworkChanges changes_;
 
   std::mutex scanning_;
-  /// Every interface and address ever seen, as NAME-ADDRESS; guarded by `scanning_`.
-  std::set<std::string> interfacesList_;
+  /// Every interface and address ever seen, as NAME-ADDRESS, with the index that the interface had;
+  /// guarded by `scanning_`.
+  std::map<std::string, unsigned> interfacesList_;
 };
 
 }  // namespace tovi

@@ -9,6 +9,8 @@ namespace tovi::platform {
 
 struct InterfaceAddress {
   std::string interfaceName;
+  /// Another one when the interface is deleted and made again.
+  unsigned interfaceIndex = 0;
   /// Numeric host text as getnameinfo(3) writes it, IPv4 or IPv6.
   std::string address;
 };

@@ -46,7 +46,7 @@ std::vector<InterfaceAddress> interfaceAddresses() {
   for (const ifaddrs* each = list; each != nullptr; each = each->ifa_next) {
     if ((each->ifa_flags & IFF_UP) == 0) continue;
     if (auto text = numericText(each->ifa_addr)) {
-      addresses.push_back({each->ifa_name, std::move(*text)});
+      addresses.push_back({each->ifa_name, if_nametoindex(each->ifa_name), std::move(*text)});
     }
   }
   return addresses;

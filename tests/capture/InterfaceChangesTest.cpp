@@ -126,5 +126,21 @@ TEST(InterfaceChanges, AnAddressGivenWhileTheLinkWasDownIsCapturedOnceItIsUp) {
   });
 }
 
+TEST(InterfaceChanges, AnInterfaceMadeAnewWithItsOldAddressIsCapturedAgain) {
+  inOwnNetwork([] {
+    makeInterface();
+    giveAddress();
+    bringUp();
+    WatchedCapture capture;
+    EXPECT_TRUE(capture.comesToSeeQueries());
+    run("ip link delete tovi-a");
+    makeInterface();
+    bringUp();
+    giveAddress();
+    run("ip neighbour replace 192.0.2.2 lladdr 02:00:00:00:00:02 dev tovi-a");
+    EXPECT_TRUE(capture.comesToSeeQueries());
+  });
+}
+
 }  // namespace
 }  // namespace tovi::test
