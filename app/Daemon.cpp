@@ -22,7 +22,9 @@ int runDaemon(std::unique_ptr<CommitAcknowledgement> acknowledgement) {
     builder.start();
     platform::notifyReady();
     // Without its bus the daemon serves nobody: a failure, so that the service manager starts anew.
-    return loop.run() ? 0 : 1;
+    if (!loop.run()) return 1;
+    builder.endOrderly();
+    return 0;
   } catch (const InstallationFault& fault) {
     logger.error("main()", fault.what());
     return kExitInstallationFault;

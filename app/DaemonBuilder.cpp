@@ -191,7 +191,7 @@ DaemonBuilder::~DaemonBuilder() {
   if (interfacesObserver_.joinable()) interfacesObserver_.join();
   packetReceiver_.stopReader();
   packetReceiver_.setMessageBuilder(nullptr);
-  runRecord_.finish();
+  if (endsOrderly_) runRecord_.finish();
 }
 
 }  // namespace tovi

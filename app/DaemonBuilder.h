@@ -55,7 +55,7 @@ class DaemonBuilder {
                 const std::filesystem::path& stateDirectory,
                 std::unique_ptr<CommitAcknowledgement> acknowledgement =
                     std::make_unique<CommitAcknowledgement>());
-  /// Stops everything that could still call a component, then records the orderly end.
+  /// Stops everything that could still call a component, then records the end if it is orderly.
   ~DaemonBuilder();
   DaemonBuilder(const DaemonBuilder&) = delete;
   DaemonBuilder& operator=(const DaemonBuilder&) = delete;
@@ -64,6 +64,8 @@ class DaemonBuilder {
   /// replaces the service and leaves the timer as it is. Throws platform::ServiceError when the
   /// service cannot be offered.
   void start();
+  /// Says that the end, which is the next to come, is one that was asked for.
+  void endOrderly() { endsOrderly_ = true; }
 
  private:
   void publishFeedUrl();
@@ -105,6 +107,7 @@ class DaemonBuilder {
   std::unique_ptr<ToviAgentXPC> agentXPC_;
   std::unique_ptr<platform::MainLoop::Timer> timerTick_;
   std::string reportedState_;
+  bool endsOrderly_ = false;
 };
 
 }  // namespace tovi

@@ -2,11 +2,11 @@
 
 namespace tovi {
 
-RunRecord::RunRecord(SavePropertyManagerProtocol& variables,
-                     const TimeProviderProtocol& timeProvider)
+RunRecord::RunRecord(PermanentVariablesManager& variables, const TimeProviderProtocol& timeProvider)
     : variables_(variables), timeProvider_(timeProvider) {
   variables_.increment("daemon_startups_count");
   variables_.save("startup_time", {timeProvider_.currentTime()});
+  variables_.writeNow();
 }
 
 void RunRecord::finish() {

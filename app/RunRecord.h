@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SavePropertyManagerProtocol.h"
+#include "core/PermanentVariablesManager.h"
 #include "core/TimeProviderProtocol.h"
 
 namespace tovi {
@@ -9,13 +9,13 @@ namespace tovi {
 /// the counts of starts and of orderly ends apart. The collaborators are borrowed. One thread.
 class RunRecord {
  public:
-  /// Records a start.
-  RunRecord(SavePropertyManagerProtocol& variables, const TimeProviderProtocol& timeProvider);
+  /// Records a start, on the disk: a run that is killed at once has been a start.
+  RunRecord(PermanentVariablesManager& variables, const TimeProviderProtocol& timeProvider);
   /// Records an orderly end.
   void finish();
 
  private:
-  SavePropertyManagerProtocol& variables_;
+  PermanentVariablesManager& variables_;
   const TimeProviderProtocol& timeProvider_;
 };
 

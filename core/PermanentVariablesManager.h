@@ -18,6 +18,8 @@ class PermanentVariablesManager : public SavePropertyManagerProtocol {
 
   void save(std::string_view key, PropertyValue value) override;
   void increment(std::string_view key) override;
+  /// Writes the file now, whatever the number of changes. A failure is logged.
+  void writeNow() { properties_.saveDatatoFile(); }
 
  private:
   FileProperties properties_;

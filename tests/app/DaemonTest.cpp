@@ -242,6 +242,23 @@ TEST_F(DaemonTest, OrderlyEndIsQuickAndRecordedAndAKillIsNot) {
   EXPECT_TRUE(kept.contains("startup_time") && kept.contains("last_daemon_shutdown_time"));
 }
 
+TEST_F(DaemonTest, EveryStartCountsAndOnlyAnEndThatWasAskedForIsOrderly) {
+  const auto kept = [&](const char* key) {
+    const auto variables = readPropertyList(resources_ / "PermanentVariables.plist");
+    return variables.contains(key) ? variables.at(key) : PropertyValue{std::int64_t{0}};
+  };
+  for (int start = 0; start < 3; ++start) {
+    startDaemon();
+    end(SIGKILL);
+  }
+  EXPECT_EQ(kept("daemon_startups_count"), PropertyValue{std::int64_t{3}});
+  startDaemon();
+  EXPECT_EQ(awaitEnd(launch()), 1) << "the name on the bus is taken";
+  bus_.end();
+  EXPECT_EQ(awaitEnd(std::exchange(daemon_, 0)), 1);
+  EXPECT_EQ(kept("graceful_shutdowns_count"), PropertyValue{std::int64_t{0}});
+}
+
 TEST_F(DaemonTest, ServiceManagerHearsReadinessEachStateAndLife) {
   sockaddr_un name{AF_UNIX, {}};
   std::string(directory_ / "manager").copy(name.sun_path, sizeof name.sun_path - 1);
