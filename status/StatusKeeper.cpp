@@ -107,17 +107,17 @@ std::string StatusKeeper::handleStatusResponse(const std::optional<std::string>&
   statusResponseUpdateAgentState(response->active);
   if (response->batchSize) packerProperties_.setBatchSize(*response->batchSize);
   if (const auto delay = response->batchMaxDelaySeconds) {
-    packerProperties_.setBatchDelay(static_cast<double>(*delay));
+    packerProperties_.setBatchDelay(widened(*delay));
   }
   if (const auto minutes = response->pollingIntervalMinutes) setPollingInterval(*minutes);
   if (const auto seconds = response->messageTimeoutSeconds) {
-    filter_.setMessageTimeoutSec(static_cast<double>(*seconds));
+    filter_.setMessageTimeoutSec(widened(*seconds));
   }
   return "Status data received";
 }
 
 void StatusKeeper::setPollingInterval(std::int64_t minutes) {
-  const auto seconds = static_cast<double>(multiplied(minutes, 60, "polling_interval_minutes"));
+  const auto seconds = widened(multiplied(minutes, 60, "polling_interval_minutes"));
   variables_.save(kPollingInterval.name, PropertyValue{seconds});
   deliveryStatusTimeOutSec_ = seconds;
 }

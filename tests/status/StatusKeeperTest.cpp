@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include "status/StatusKeeper.h"
 #include "tests/status/Collaborators.h"
 
@@ -119,8 +121,21 @@ TEST_F(StatusKeeperTest, UnreadableAnswerCountsAsDeliveredAndChangesNothing) {
   EXPECT_EQ(count("status_delivery_retry"), 0);
 }
 
+// As an integer of the status message, each would otherwise end the process at every start.
+TEST_F(StatusKeeperTest, TheLargestNumbersOfAnAnswerStayWithinSixtyFourBits) {
+  EXPECT_EQ(delivered(R"({"batch_max_delay_seconds":9223372036854775807,
+                          "message_timeout_seconds":9223372036854775296,
+                          "polling_interval_minutes":153722867280912930})"),
+            "Status data received");
+  constexpr double kLargest = 9223372036854774784.0;
+  EXPECT_EQ(changed_.values,
+            (std::map<std::string, double>{{"delay", kLargest}, {"timeout", kLargest}}));
+  EXPECT_EQ(variables_.getDouble("polling_interval_seconds"), kLargest);
+}
+
 TEST_F(StatusKeeperTest, IntervalThatDoesNotFitEndsTheProcess) {
-  EXPECT_DEATH(delivered("{\"polling_interval_minutes\":9223372036854775807}"), "");
+  EXPECT_EXIT(delivered("{\"polling_interval_minutes\":153722867280912931}"),
+              testing::KilledBySignal(SIGABRT), "");
 }
 
 }  // namespace
