@@ -89,8 +89,9 @@ std::optional<HardwareOverview> HardwareInformationManager::getHardwareOverview(
     return hardware_;
   }
   auto overview = readOverview();
-  if (overview) hardware_ = overview;
-  return overview;
+  if (!overview) return std::nullopt;
+  askCounter_ = 0;
+  return hardware_ = overview;
 }
 
 std::optional<HardwareOverview> HardwareInformationManager::readOverview() {

@@ -58,6 +58,13 @@ TEST_F(SystemInformationTest, SilentProfilerIsAskedAgainAndAnAnswerIsKept) {
   EXPECT_EQ(executor_.calls.back(), (std::vector<std::string>{"/profiler", "SPHardwareDataType"}));
 }
 
+TEST_F(SystemInformationTest, AnAnswerThatComesLateIsKeptLikeAnEarlyOne) {
+  for (int request = 0; request < 12; ++request) EXPECT_FALSE(hardware_.getHardwareOverview());
+  executor_.output = kProfile;
+  for (int request = 0; request < 12; ++request) EXPECT_TRUE(hardware_.getHardwareOverview());
+  EXPECT_EQ(executor_.calls.size(), 13u);
+}
+
 TEST_F(SystemInformationTest, FeedAddressCarriesWhatIsKnown) {
   const auto url = [&](const char* version, const std::optional<std::string>& feed) {
     return SparkleUrlBuilder(hardware_, BundleInfoProvider(version), feed, "host", settings_)
