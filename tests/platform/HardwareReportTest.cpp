@@ -67,6 +67,13 @@ TEST_F(HardwareReport, PlaceholdersAndWhatIsMissingAreLeftOut) {
   EXPECT_EQ(hardwareReport(root_.path(), "aa-bb"), kHeadings + "      Hardware UUID: AA-BB\n");
 }
 
+TEST_F(HardwareReport, BytesThatAreNotAsciiAreReplacedAlone) {
+  put("sys/class/dmi/id/", {{"product_name", "Caf\xE9 \xC2\xAE 1"}});
+  EXPECT_EQ(hardwareReport(root_.path(), ""), kHeadings + R"(      Model Name: Caf? ?? 1
+      Model Identifier: Caf? ?? 1
+)");
+}
+
 TEST(Directory, PrintsTheRealNameOfAnAccount) {
   EXPECT_EQ(platform::runProgram(TOVI_DIRECTORY, {".", "-read", "/Users/root", "RealName"}),
             "RealName:\n root\n");

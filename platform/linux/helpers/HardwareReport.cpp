@@ -21,9 +21,12 @@ using Path = std::filesystem::path;
 
 constexpr std::size_t kMostValueLength = 256;
 
-// A value as it is printed: one line without control characters, blanks cut off at both ends.
+// A value as it is printed: one line without control characters, blanks cut off at both ends. The
+// report is ASCII, whatever the firmware's tables hold: who reads it takes UTF-8 or nothing.
 std::string cleaned(std::string_view value) {
   std::string text(value.substr(0, kMostValueLength));
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char byte) { return byte > 0x7F; }, '?');
   std::erase_if(text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
   const auto first = text.find_first_not_of(' ');
   if (first == text.npos) return {};
