@@ -74,6 +74,32 @@ TEST_F(HardwareReport, BytesThatAreNotAsciiAreReplacedAlone) {
 )");
 }
 
+TEST_F(HardwareReport, ProcessorsOfArmAreNamedAndCounted) {
+  const auto cpuinfo = [](const std::string& part) {
+    std::string text;
+    for (const char* number : {"0", "1", "2"}) {
+      text += "processor\t: " + std::string(number) +
+              "\nBogoMIPS\t: 108.00\nCPU implementer\t: 0x41\nCPU part\t: " + part + "\n\n";
+    }
+    return text;
+  };
+  put("proc/",
+      {{"cpuinfo", cpuinfo("0xd08")}, {"device-tree/model", "Board 4 B" + std::string(1, 0)}});
+  for (const std::string number : {"0", "1", "2"}) {
+    put("sys/devices/system/cpu/cpu" + number + "/topology/",
+        {{"physical_package_id", number == "2" ? "1" : "0"}, {"core_id", number}});
+  }
+  EXPECT_EQ(hardwareReport(root_.path(), ""), kHeadings + R"(      Model Name: Board 4 B
+      Processor Name: ARM Cortex-A72
+      Number of Processors: 2
+      Total Number of Cores: 3
+      Hyper-Threading Technology: Disabled
+)");
+  put("proc/", {{"cpuinfo", cpuinfo("0xfff")}});
+  EXPECT_NE(hardwareReport(root_.path(), "").find("ARM implementer 0x41 part 0xfff\n"),
+            std::string::npos);
+}
+
 TEST(Directory, PrintsTheRealNameOfAnAccount) {
   EXPECT_EQ(platform::runProgram(TOVI_DIRECTORY, {".", "-read", "/Users/root", "RealName"}),
             "RealName:\n root\n");

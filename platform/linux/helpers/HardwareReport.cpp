@@ -86,11 +86,41 @@ std::string withUnit(double number, int decimals, const char* unit) {
   return text.str();
 }
 
+// The words that ARM's processors are known by instead of "model name": implementer and part of the
+// main identifier register, as the makers' reference manuals list them.
+std::string armName(const std::string& implementer, const std::string& part) {
+  struct Part {
+    std::string_view implementer, part, name;
+  };
+  constexpr std::array<Part, 18> kParts = {{{"0x41", "0xd03", "ARM Cortex-A53"},
+                                            {"0x41", "0xd05", "ARM Cortex-A55"},
+                                            {"0x41", "0xd07", "ARM Cortex-A57"},
+                                            {"0x41", "0xd08", "ARM Cortex-A72"},
+                                            {"0x41", "0xd09", "ARM Cortex-A73"},
+                                            {"0x41", "0xd0a", "ARM Cortex-A75"},
+                                            {"0x41", "0xd0b", "ARM Cortex-A76"},
+                                            {"0x41", "0xd0c", "ARM Neoverse-N1"},
+                                            {"0x41", "0xd0d", "ARM Cortex-A77"},
+                                            {"0x41", "0xd40", "ARM Neoverse-V1"},
+                                            {"0x41", "0xd41", "ARM Cortex-A78"},
+                                            {"0x41", "0xd44", "ARM Cortex-X1"},
+                                            {"0x41", "0xd47", "ARM Cortex-A710"},
+                                            {"0x41", "0xd49", "ARM Neoverse-N2"},
+                                            {"0x41", "0xd4f", "ARM Neoverse-V2"},
+                                            {"0xc0", "0xac3", "Ampere-1"},
+                                            {"0xc0", "0xac4", "Ampere-1a"},
+                                            {"0x51", "0x001", "Qualcomm Oryon"}}};
+  for (const auto& known : kParts) {
+    if (known.implementer == implementer && known.part == part) return std::string(known.name);
+  }
+  return "ARM implementer " + implementer + " part " + part;
+}
+
 class Processors {
  public:
   explicit Processors(const Path& root);
 
-  std::string name() const { return name_; }
+  std::string name() const;
   /// Zero when the machine does not tell.
   double megahertz() const { return megahertz_; }
   std::size_t packages() const { return packages_.size(); }
@@ -99,8 +129,11 @@ class Processors {
 
  private:
   void take(const std::string& key, const std::string& value);
+  void takeTopology(const Path& root);
 
   std::string name_;
+  std::string armImplementer_;
+  std::string armPart_;
   double megahertz_ = 0;
   std::size_t threads_ = 0;
   std::string package_;
@@ -108,7 +141,8 @@ class Processors {
   std::set<std::pair<std::string, std::string>> cores_;
 };
 
-// Lines "key : value", an empty line behind each processor (proc_cpuinfo(5)).
+// Lines "key : value", an empty line behind each processor (proc_cpuinfo(5)). Where they do not say
+// which core a processor is of, as on ARM, /sys does.
 Processors::Processors(const Path& root) {
   std::ifstream stream(root / "proc/cpuinfo");
   for (std::string line; std::getline(stream, line);) {
@@ -116,14 +150,35 @@ Processors::Processors(const Path& root) {
     if (colon == line.npos) continue;
     take(cleaned(std::string_view(line).substr(0, colon)), cleaned(line.substr(colon + 1)));
   }
+  if (cores_.empty()) takeTopology(root);
 }
 
 void Processors::take(const std::string& key, const std::string& value) {
   if (key == "processor") ++threads_;
   if (key == "model name" && name_.empty()) name_ = value;
+  if (key == "CPU implementer") armImplementer_ = value;
+  if (key == "CPU part") armPart_ = value;
   if (key == "cpu MHz" && megahertz_ == 0) megahertz_ = std::strtod(value.c_str(), nullptr);
   if (key == "physical id") packages_.insert(package_ = value);
   if (key == "core id") cores_.emplace(package_, value);
+}
+
+void Processors::takeTopology(const Path& root) {
+  for (std::size_t number = 0; number < threads_; ++number) {
+    const Path directory =
+        root / ("sys/devices/system/cpu/cpu" + std::to_string(number)) / "topology";
+    const std::string package = firstLine(directory / "physical_package_id");
+    const std::string core = firstLine(directory / "core_id");
+    if (package.empty() || core.empty()) continue;
+    packages_.insert(package);
+    cores_.emplace(package, core);
+  }
+}
+
+// Of several kinds of cores, the last, which is the fastest.
+std::string Processors::name() const {
+  if (!name_.empty() || armPart_.empty()) return name_;
+  return armName(armImplementer_, armPart_);
 }
 
 // The clock that the processor was made for, since what /proc/cpuinfo tells is that of the moment.
@@ -167,6 +222,12 @@ std::string memorySize(const Path& root) {
   return withUnit(std::ceil(kibibytes / kKibibytesOfGigabyte), 0, "GB");
 }
 
+// Boards without such tables are named by their device tree.
+std::string modelName(const Path& root) {
+  const std::string name = firmwareFact(root, {"product_family", "product_name"});
+  return name.empty() ? firstLine(root / "proc/device-tree/model") : name;
+}
+
 std::string count(std::size_t number) {
   return number == 0 ? "" : std::to_string(number);
 }
@@ -190,7 +251,7 @@ std::string hardwareReport(const Path& root, const std::string& fallbackUuid) {
   const Processors processors(root);
   const double clock = megahertz(root, processors);
   const std::vector<std::pair<const char*, std::string>> lines = {
-      {"Model Name", firmwareFact(root, {"product_family", "product_name"})},
+      {"Model Name", modelName(root)},
       {"Model Identifier", firmwareFact(root, {"product_name", "product_sku"})},
       {"Processor Name", processors.name()},
       {"Processor Speed", clock > 0 ? withUnit(clock / 1000, 2, "GHz") : ""},
