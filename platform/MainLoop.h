@@ -10,7 +10,8 @@ namespace tovi::platform {
 /// The event loop of the main thread: timers, the service bus, and the signals that end the
 /// program. While it runs, it feeds the service manager's watchdog, if there is one. Create it
 /// before any thread is started, since it blocks the ending signals in the calling thread and every
-/// thread started later inherits that. Used from one thread only.
+/// thread started later inherits that; the whole process ignores SIGPIPE. Used from one thread
+/// only.
 class MainLoop {
  public:
   /// A repeating timer; it stops when destroyed. Must not outlive its loop.

@@ -58,6 +58,8 @@ MainLoop::MainLoop() : native_(std::make_unique<Native>()) {
     checkSystemd(sd_event_add_signal(event, nullptr, signal, nullptr, nullptr), "signal");
   }
   checkSystemd(sd_event_set_watchdog(event, true), "watchdog");
+  // A pipe whose reader went away is an error of that write alone.
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 MainLoop::~MainLoop() = default;

@@ -28,5 +28,10 @@ TEST(MainLoop, EndingSignalsEndTheLoop) {
   }
 }
 
+TEST(MainLoop, AReaderThatWentAwayDoesNotEndTheProcess) {
+  const MainLoop loop;
+  EXPECT_EXIT((std::raise(SIGPIPE), std::exit(7)), testing::ExitedWithCode(7), "");
+}
+
 }  // namespace
 }  // namespace tovi::platform
