@@ -11,7 +11,7 @@ namespace tovi {
 
 namespace {
 
-std::filesystem::path permanentVariables(const Bundle& bundle) {
+std::filesystem::path permanentVariables(const Bundle& bundle) try {
   const auto file = bundle.resource("PermanentVariables", "plist");
   if (!file) {
     throw InstallationFault(
@@ -19,20 +19,22 @@ std::filesystem::path permanentVariables(const Bundle& bundle) {
         "TOVI_RESOURCES_DIR to the directory that holds it");
   }
   return *file;
+} catch (const std::system_error& error) {
+  throw InstallationFault(std::string("The resources cannot be read: ") + error.what());
 }
 
 /// What the deployment sets: the entries of Settings.plist, if there is one.
 PropertyDictionary deploymentSettings(const Bundle& bundle) {
-  const auto file = bundle.resource("Settings", "plist");
-  if (!file) return {};
   const ToviLog logger(kCoreSubsystem, "DaemonBuilder");
   try {
+    const auto file = bundle.resource("Settings", "plist");
+    if (!file) return {};
     auto entries = readPropertyList(*file);
     for (const auto& fault : settingFaults(entries)) {
       logger.error("DaemonBuilder()", "Settings.plist: ", fault);
     }
     return entries;
-  } catch (const PropertyListError& error) {
+  } catch (const std::runtime_error& error) {
     logger.error("DaemonBuilder()", "Settings.plist is left out: ", error.what());
     return {};
   }

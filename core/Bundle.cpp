@@ -30,8 +30,7 @@ Bundle::Bundle(std::filesystem::path directory)
 std::optional<std::filesystem::path> Bundle::resource(std::string_view name,
                                                       std::string_view extension) const {
   const auto file = directory_ / std::string(name).append(".").append(extension);
-  std::error_code ignored;
-  if (!std::filesystem::is_regular_file(file, ignored)) return std::nullopt;
+  if (!std::filesystem::is_regular_file(file)) return std::nullopt;
   return file;
 }
 

@@ -20,7 +20,8 @@ class Bundle {
   /// An Info.plist that readPropertyList refuses tells nothing.
   explicit Bundle(std::filesystem::path directory);
 
-  /// The path of the resource, none when there is no such regular file.
+  /// The path of the resource, none when there is no such regular file. Throws std::system_error
+  /// when that cannot be told, as of a directory that may not be searched.
   std::optional<std::filesystem::path> resource(std::string_view name,
                                                 std::string_view extension) const;
   /// A text of the information dictionary; none when absent or of another type.

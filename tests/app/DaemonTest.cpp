@@ -301,6 +301,13 @@ TEST_F(DaemonTest, MissingPermanentVariablesEndWithStatus78AndSayWhatToDo) {
   EXPECT_NE(readFile(log_).find("PermanentVariables.plist is missing"), std::string::npos);
 }
 
+TEST_F(DaemonTest, ResourcesThatCannotBeReadAreNotCalledMissing) {
+  std::filesystem::create_symlink("loop", directory_ / "loop");
+  setenv("TOVI_RESOURCES_DIR", (directory_ / "loop").c_str(), 1);
+  EXPECT_EQ(awaitEnd(launch()), 78);
+  EXPECT_NE(readFile(log_).find("The resources cannot be read: "), std::string::npos);
+}
+
 TEST_F(DaemonTest, SecondDaemonOnTheSameBusGivesUp) {
   startDaemon();
   EXPECT_EQ(awaitEnd(launch()), 1);
