@@ -23,23 +23,4 @@ struct AgentStats {
   std::optional<std::string> statusLastSendFailureTimestamp;
 };
 
-/// Calls `member` with the name and the member, for all in order. The name is both the JSON key and
-/// the key of the permanent variable that the member is read from.
-template <typename Stats, typename Member>
-void forEachMember(Stats& stats, Member&& member) {
-  member("last_daemon_shutdown_time", stats.lastDaemonShutdownTime);
-  member("last_daemon_shutdown_was_graceful", stats.lastDaemonShutdownWasGraceful);
-  member("graceful_shutdowns_count", stats.gracefulShutdownsCount);
-  member("daemon_startups_count", stats.daemonStartupsCount);
-  member("data_delivered_messages", stats.dataDeliveredMessages);
-  member("data_last_delivered_message_timestamp", stats.dataLastDeliveredMessageTimestamp);
-  member("dns_events_count", stats.dnsEventsCount);
-  member("last_dns_event_timestamp", stats.lastDnsEventTimestamp);
-  member("startup_time", stats.startupTime);
-  member("status_delivered_messages", stats.statusDeliveredMessages);
-  member("status_last_delivered_message_timestamp", stats.statusLastDeliveredMessageTimestamp);
-  member("status_send_failures_count", stats.statusSendFailuresCount);
-  member("status_last_send_failure_timestamp", stats.statusLastSendFailureTimestamp);
-}
-
 }  // namespace tovi

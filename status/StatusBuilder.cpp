@@ -1,9 +1,8 @@
 #include "status/StatusBuilder.h"
 
-#include <nlohmann/json.hpp>
-
 #include "status/CheckedArithmetic.h"
 #include "status/StatusJson.h"
+#include "status/StatusMembers.h"
 
 namespace tovi {
 
@@ -29,11 +28,7 @@ std::string StatusBuilder::buildStatusMessage() {
   message.settings = settings();
   message.system = systemProvider_.systemInformation();
   message.stats = stats();
-  try {
-    return jsonText(message);
-  } catch (const nlohmann::json::exception&) {
-    return {};
-  }
+  return jsonText(message);
 }
 
 AgentSettings StatusBuilder::settings() const {
@@ -56,14 +51,13 @@ namespace {
 struct VariableReader {
   const GetPropertyManagerProtocol& variables;
 
-  void operator()(const char* key, std::optional<std::string>& text) const {
-    text = variables.getString(key);
+  template <typename Value>
+  void operator()(const auto& key, std::optional<Value>& member) const {
+    member = variables.get<Value>(key.name());
   }
-  void operator()(const char* key, std::int64_t& count) const {
-    count = variables.getInt(key).value_or(count);
-  }
-  void operator()(const char* key, bool& flag) const {
-    flag = variables.getBool(key).value_or(flag);
+  template <typename Value>
+  void operator()(const auto& key, Value& member) const {
+    member = variables.get<Value>(key.name()).value_or(member);
   }
 };
 

@@ -8,7 +8,7 @@
 namespace tovi {
 
 /// The message as one line of JSON, members in the order of their declaration, absent ones left
-/// out. Throws nlohmann::json::exception for a text that is not UTF-8.
+/// out. Bytes that are not UTF-8 become U+FFFD.
 std::string jsonText(const StatusMessage& message);
 
 /// Reads what `jsonText` writes; unknown members are passed over. Throws std::exception when the

@@ -1,8 +1,12 @@
+#include <csignal>
+
 #include "status/BundleInfoProvider.h"
 #include "status/StatusBuilder.h"
 #include "status/StatusJson.h"
+#include "status/StatusMembers.h"
 #include "status/StatusResponse.h"
 #include "tests/status/Collaborators.h"
+#include "tests/support/SchemaComparison.h"
 
 namespace tovi {
 namespace {
@@ -54,12 +58,21 @@ TEST_F(StatusMessageTest, StoredValuesAreReportedAndReadBack) {
   EXPECT_EQ(message.stats->dnsEventsCount, 7);
 }
 
-TEST_F(StatusMessageTest, WhatCannotBeEncodedGivesAnEmptyMessageOrEndsTheProcess) {
-  system_.system.hardwareOverview.emplace().memory = "\xff";
-  EXPECT_EQ(build(), "");
+TEST_F(StatusMessageTest, BytesThatAreNotUtf8CostNoMessage) {
+  system_.system.hardwareOverview.emplace().memory = "1\xff";
+  EXPECT_EQ(statusMessageFrom(build()).system->hardwareOverview->memory, "1\uFFFD");
+}
+
+TEST_F(StatusMessageTest, ASettingThatDoesNotFitEndsTheProcess) {
   variables_.save("dns_batch_max_delay", {9223372036854775808.0});
   variables_.getAll();  // The queue's thread does not survive the fork.
-  EXPECT_DEATH(build(), "");
+  EXPECT_EXIT(build(), testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST(StatusJsonTest, SchemaDescribesTheMembersOfEveryRecord) {
+  const auto schema = nlohmann::ordered_json::parse(
+      test::readFile(TOVI_SOURCE_DIR "/docs/status-message.schema.json"));
+  test::SchemaComparison(schema).compare(StatusMessage(), schema);
 }
 
 TEST(StatusJsonTest, OnlyAMessageOfTheRightTypesIsRead) {
