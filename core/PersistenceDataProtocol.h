@@ -1,20 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "core/Bytes.h"
 
 namespace tovi {
-
-using Bytes = std::vector<std::byte>;
-using ByteView = std::span<const std::byte>;
-
-inline ByteView bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text.data(), text.size()));
-}
 
 /// Secrets by account name. Failures are logged by the store and not raised. Any thread.
 class PersistenceDataProtocol {

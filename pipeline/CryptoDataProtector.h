@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "core/PersistenceDataProtocol.h"
 #include "core/ToviLog.h"
 #include "pipeline/CryptoDataProtectorProtocol.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/PersistenceDataProtocol.h"
+#include "core/Bytes.h"
 
 namespace tovi {
 

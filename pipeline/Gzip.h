@@ -5,9 +5,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "core/PersistenceDataProtocol.h"
+#include "core/Bytes.h"
 
-/// Gzip framing (RFC 1952) over zlib. Stateless: any thread.
+/// Gzip framing (RFC 1952) over zlib. Stateless: any thread. Nothing in the daemon calls it: it is
+/// there for companions that send batches on compressed.
 namespace tovi {
 
 /// zlib's levels; those between BestSpeed and BestCompression have no name.

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/PersistenceDataProtocol.h"
+#include "core/Bytes.h"
 
 struct sqlite3_stmt;
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/PersistenceDataProtocol.h"
+#include "core/Bytes.h"
 #include "platform/SecretItems.h"
 #include "tests/support/TestSupport.h"
 
