@@ -9,30 +9,22 @@ using namespace statistics;
 
 namespace {
 
-using Entries = std::vector<RecentActivity::Entry>;
-
 PropertyValue valueOf(std::uint64_t count) {
   return {static_cast<std::int64_t>(count)};
 }
 
-PropertyDictionary entryOf(const std::string& name, std::uint64_t count) {
-  return {{kName, {name}}, {kCount, valueOf(count)}};
-}
-
-PropertyValue listOf(const Entries& entries) {
-  PropertyValue::Array list;
-  for (const auto& [name, count] : entries) list.emplace_back().value = entryOf(name, count);
-  return {std::move(list)};
-}
-
-PropertyValue failureList(const Entries& entries) {
-  PropertyValue::Array list;
-  for (const auto& [failure, count] : entries) {
-    const auto blank = failure.find(' ');
-    auto entry = entryOf(failure.substr(blank + 1), count);
-    entry[kResponseCode] = {std::string(responseCodeName(failure.substr(0, blank)))};
-    list.emplace_back().value = std::move(entry);
+PropertyDictionary entryOf(const RecentActivity::Entry& entry) {
+  PropertyDictionary values = {{kName, {entry.name}}, {kCount, valueOf(entry.count)}};
+  if (entry.responseCode) {
+    const auto code = responseCodeName(std::to_string(*entry.responseCode));
+    values[kResponseCode] = {std::string(code)};
   }
+  return values;
+}
+
+PropertyValue listOf(const std::vector<RecentActivity::Entry>& entries) {
+  PropertyValue::Array list;
+  for (const auto& entry : entries) list.emplace_back().value = entryOf(entry);
   return {std::move(list)};
 }
 
@@ -86,7 +78,7 @@ PropertyDictionary DaemonStatistics::activity() {
           {kFailedResponses, valueOf(summary.failedResponses)},
           {kNames, listOf(summary.names)},
           {kProcesses, listOf(summary.processes)},
-          {kFailures, failureList(summary.failures)},
+          {kFailures, listOf(summary.failures)},
           {kResolvers, listOf(summary.resolvers)}};
 }
 

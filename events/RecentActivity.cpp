@@ -35,6 +35,7 @@ void RecentActivity::addResponse(Slot& slot, const ObservedMessage& message) {
   slot.resolvers.add(message.sender);
   const unsigned code = message.header.responseCode;
   if (code == kNoError) return;
+  // As topFailures takes it apart.
   slot.failures.add(std::to_string(code) + " " + std::string(message.questionName));
 }
 
@@ -43,7 +44,7 @@ RecentActivity::Summary RecentActivity::summary() const {
   Summary summary{.covered = covered(),
                   .names = top(&Slot::names),
                   .processes = top(&Slot::processes),
-                  .failures = top(&Slot::failures),
+                  .failures = topFailures(),
                   .resolvers = top(&Slot::resolvers)};
   for (const auto& slot : slots_) {
     if (!isRecent(slot)) continue;
@@ -63,10 +64,20 @@ std::vector<RecentActivity::Entry> RecentActivity::top(BoundedCounts Slot::*kind
     });
   }
   std::vector<Entry> entries;
-  for (const auto& [name, count] : counts) entries.push_back({name, count});
+  for (const auto& [name, count] : counts) entries.push_back({name, count, {}});
   std::ranges::sort(entries, comesFirst);
   entries.resize(std::min(entries.size(), kShown));
   return entries;
+}
+
+std::vector<RecentActivity::Entry> RecentActivity::topFailures() const {
+  auto failures = top(&Slot::failures);
+  for (auto& failure : failures) {
+    std::size_t digits = 0;
+    failure.responseCode = static_cast<unsigned>(std::stoul(failure.name, &digits));
+    failure.name.erase(0, digits + 1);
+  }
+  return failures;
 }
 
 // The slot of this moment is not over.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ class RecentActivity : public MessageObserverProtocol {
   struct Entry {
     std::string name;
     std::uint64_t count = 0;
+    /// Of failures alone.
+    std::optional<unsigned> responseCode = std::nullopt;
     bool operator==(const Entry&) const = default;
   };
   /// The most frequent ones of each kind, the most frequent first, then by name. Where more came
@@ -38,7 +41,7 @@ class RecentActivity : public MessageObserverProtocol {
     std::vector<Entry> names;
     /// Those that asked; queries whose process is unknown are not among them.
     std::vector<Entry> processes;
-    /// Response code in decimal, a blank, and the name.
+    /// The names whose answer was an error, by name and error.
     std::vector<Entry> failures;
     /// The addresses that answered.
     std::vector<Entry> resolvers;
@@ -71,6 +74,7 @@ class RecentActivity : public MessageObserverProtocol {
   static void addQuery(Slot& slot, const ObservedMessage& message, const std::string& process);
   static void addResponse(Slot& slot, const ObservedMessage& message);
   std::vector<Entry> top(BoundedCounts Slot::*kind) const;
+  std::vector<Entry> topFailures() const;
   bool isRecent(const Slot& slot) const;
   std::chrono::seconds covered() const;
 

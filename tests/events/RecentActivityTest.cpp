@@ -45,7 +45,7 @@ TEST_F(RecentActivityTest, ShowsWhoAskedForWhatAndWhatFailed) {
   const auto summary = activity_.summary();
   EXPECT_EQ(summary.names, (Entries{{"a", 3}, {"b", 3}, {"c", 2}}));
   EXPECT_EQ(summary.processes, (Entries{{"dig", 6}, {"curl", 1}}));
-  EXPECT_EQ(summary.failures, (Entries{{"3 c", 1}}));
+  EXPECT_EQ(summary.failures, (Entries{{"c", 1, 3U}}));
   EXPECT_EQ(summary.resolvers, (Entries{{"192.0.2.1", 2}}));
   EXPECT_EQ(std::tuple(summary.queries, summary.responses, summary.failedResponses),
             std::tuple(8U, 2U, 1U));
