@@ -57,7 +57,7 @@ class FileProperties {
   Pacer pacer_{kRewriteSpacing};
   mutable SerialQueue serialQueue_{"io.fileproperties.serialqueue"};
   /// Writes the file, so that changes do not wait for the disk.
-  SerialQueue writerQueue_{"io.fileproperties.writer.serialqueue"};
+  SerialQueue writerQueue_{"io.propertywriter.serialqueue"};
 };
 
 }  // namespace tovi

@@ -3,7 +3,10 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <string_view>
 #include <thread>
+
+#include "platform/ThreadName.h"
 
 namespace tovi {
 
@@ -21,6 +24,14 @@ struct Entry {
   Waiter* waiter;
   std::function<void()> block;
 };
+
+std::string_view componentOf(std::string_view label) {
+  constexpr std::string_view kPrefix = "io.";
+  constexpr std::string_view kSuffix = ".serialqueue";
+  if (label.starts_with(kPrefix)) label.remove_prefix(kPrefix.size());
+  if (label.ends_with(kSuffix)) label.remove_suffix(kSuffix.size());
+  return label;
+}
 
 }  // namespace
 
@@ -98,7 +109,10 @@ SerialQueue::~SerialQueue() {
 void SerialQueue::async(std::function<void()> block) {
   std::lock_guard lock(state_->mutex);
   if (!state_->workerThread.joinable()) {
-    state_->workerThread = std::thread([state = state_.get()] { state->work(); });
+    state_->workerThread = std::thread([this] {
+      platform::nameThisThread(componentOf(label_));
+      state_->work();
+    });
   }
   state_->entries.push_back({&state_->worker, std::move(block)});
   if (!state_->busy) state_->passTurn();

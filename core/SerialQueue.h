@@ -12,6 +12,8 @@ namespace tovi {
 /// returns; it must not be called from a block of the same queue. `async` leaves its block to the
 /// queue's worker thread, which is started at the first `async`. Destruction waits until every
 /// submitted block has run. Blocks of `async` must not throw. Any thread.
+///
+/// The label is "io.COMPONENT.serialqueue"; the worker thread is named after the component.
 class SerialQueue {
  public:
   explicit SerialQueue(std::string label);
@@ -26,8 +28,6 @@ class SerialQueue {
   }
 
   void async(std::function<void()> block);
-
-  const std::string& label() const { return label_; }
 
  private:
   /// Holds the queue for the caller of `sync`, from its turn to its end.

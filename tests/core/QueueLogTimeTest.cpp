@@ -51,9 +51,12 @@ TEST_F(SerialQueueTest, AThrowingSyncLeavesTheQueueUsable) {
   EXPECT_EQ(queue_.sync([] { return std::this_thread::get_id(); }), std::this_thread::get_id());
 }
 
-TEST_F(SerialQueueTest, DestructionRunsAllBlocks) {
-  SerialQueue("io.test.serialqueue").async([this] { order_.push_back(1); });
-  EXPECT_EQ(order_, (std::vector<int>{1}));
+TEST_F(SerialQueueTest, DestructionRunsAllBlocksOnAThreadNamedAfterTheComponent) {
+  char name[16];
+  SerialQueue("io.messagepersistence.serialqueue").async([&name] {
+    pthread_getname_np(pthread_self(), name, sizeof name);
+  });
+  EXPECT_STREQ(name, "messagepersiste");
 }
 
 TEST(ToviLog, LineCarriesFunctionPositionAndMessage) {
