@@ -53,7 +53,7 @@ std::vector<std::string> localAddresses() {
   return addresses;
 }
 
-HostFacts hostFacts(const platform::HostChanges& changes) {
+HostFactSources hostFactSources(const platform::HostChanges& changes) {
   return {.localizedName = platform::localizedHostName,
           .hostName = platform::hostName,
           .operatingSystemVersion = platform::operatingSystemVersion,
@@ -105,7 +105,7 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       }),
       hardwareProvider_(executor_, platform::systemProfilerPath()),
       hostChanges_(loop),
-      systemInfo_(hostFacts(hostChanges_), executor_, hardwareProvider_,
+      systemInfo_(hostFactSources(hostChanges_), executor_, hardwareProvider_,
                   setting<std::int64_t>(propertyManager_, "system_information_counter")),
       userBuilder_(systemInfo_),
       coreData_(announcedStore(stateDirectory / "store"), executor_, false),

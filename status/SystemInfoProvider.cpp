@@ -7,7 +7,7 @@
 
 namespace tovi {
 
-SystemInfoProvider::SystemInfoProvider(HostFacts facts, CommandExecuteProtocol& executor,
+SystemInfoProvider::SystemInfoProvider(HostFactSources facts, CommandExecuteProtocol& executor,
                                        HardwareInformationManager& hardwareProvider,
                                        std::int64_t checkerCount)
     : facts_(std::move(facts)),

@@ -10,7 +10,7 @@
 #include "events/SystemInformationProtocol.h"
 #include "events/UserInfoProtocol.h"
 #include "status/HardwareInformationManager.h"
-#include "status/HostFacts.h"
+#include "status/HostFactSources.h"
 #include "status/SystemInformation.h"
 
 namespace tovi {
@@ -20,7 +20,7 @@ namespace tovi {
 class SystemInfoProvider : public SystemInformationProtocol, public UserInfoProtocol {
  public:
   /// Every `checkerCount`-th request for the machine's description gathers it afresh.
-  SystemInfoProvider(HostFacts facts, CommandExecuteProtocol& executor,
+  SystemInfoProvider(HostFactSources facts, CommandExecuteProtocol& executor,
                      HardwareInformationManager& hardwareProvider, std::int64_t checkerCount);
 
   std::vector<std::string> localAddresses() override;
@@ -40,7 +40,7 @@ class SystemInfoProvider : public SystemInformationProtocol, public UserInfoProt
   std::optional<FullName> knownFullName(const std::string& userName) const;
 
   // Constant after construction.
-  const HostFacts facts_;
+  const HostFactSources facts_;
   CommandExecuteProtocol& executor_;
   HardwareInformationManager& hardwareProvider_;
   const std::int64_t checkerCount_;

@@ -30,7 +30,7 @@ TEST(HardwareLineTest, FirstLabelDecidesAndEverythingBehindTheFirstColonCounts) 
 class SystemInformationTest : public test::StatusTest {
  protected:
   SystemInfoProvider provider() {
-    HostFacts facts;
+    HostFactSources facts;
     facts.localizedName = facts.operatingSystemVersion = facts.operatingSystemName =
         facts.architecture = [this] { return localName_; };
     facts.hostName = [] { return "host.example"; };

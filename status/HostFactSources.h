@@ -9,7 +9,7 @@
 namespace tovi {
 
 /// Where the status side asks about the machine; each function may be called from any thread.
-struct HostFacts {
+struct HostFactSources {
   std::function<std::optional<std::string>()> localizedName;
   std::function<std::string()> hostName;
   std::function<std::optional<std::string>()> operatingSystemVersion;
