@@ -31,7 +31,7 @@ PropertyDictionary deploymentSettings(const Bundle& bundle) {
     if (!file) return {};
     auto entries = readPropertyList(*file);
     for (const auto& fault : settingFaults(entries)) {
-      logger.error("DaemonBuilder()", "Settings.plist: ", fault);
+      logger.notice("DaemonBuilder()", "Settings.plist: ", fault);
     }
     return entries;
   } catch (const std::runtime_error& error) {

@@ -9,8 +9,9 @@ namespace tovi {
 
 enum class LogType { ConsoleLog, SystemLog };
 
-/// Severities of RFC 5424, section 6.2.1.
-enum class LogLevel { Error = 3, Notice = 5, Info = 6, Debug = 7 };
+/// Severities of RFC 5424, section 6.2.1. A notice is for the administrator: the daemon works, but
+/// perhaps not as meant.
+enum class LogLevel { Error = 3, Notice = 5, Debug = 7 };
 
 /// The function name that a log line carries, and where the line stands in the source.
 struct LogOrigin {
@@ -33,6 +34,10 @@ class ToviLog {
   template <typename... Pieces>
   void debug(LogOrigin origin, const Pieces&... pieces) const {
     log(LogLevel::Debug, origin, pieces...);
+  }
+  template <typename... Pieces>
+  void notice(LogOrigin origin, const Pieces&... pieces) const {
+    log(LogLevel::Notice, origin, pieces...);
   }
   template <typename... Pieces>
   void error(LogOrigin origin, const Pieces&... pieces) const {
