@@ -78,16 +78,10 @@ TEST(DnsMessageTest, NamesInDataAreWrittenAsNamesAre) {
 }
 
 TEST(DnsMessageTest, OnlyWhatWouldBeTakenForSomethingElseIsEscapedInNames) {
-  const std::pair<std::string, const char*> labels[] = {
-      {"=_-*/#@\"$()&'+:<>?[]^`{|}~%", "=_-*/#@\"$()&'+:<>?[]^`{|}~%"},
-      {"a.b\\c", R"(a\046b\092c)"},
-      {"!,; ", R"(\033\044\059\032)"},
-      {"\t\x7f\xc3\xa9\0"s, R"(\009\127\195\169\000)"}};
-  for (const auto& [label, text] : labels) {
-    const std::string asked = counted(label) + dnsName("Org") + u32(0x10001);
-    const auto record = textOf(dnsMessage(1, 0x8180, {asked})).value();
-    EXPECT_EQ(between(record, "query0!", ";A;IN"), text + ".Org"s);
-  }
+  const auto label = counted("=_-*/#@\"$()&'+:<>?[]^`{|}~%a.b\\c!,; \t\x7f\xc3\xa9\0"s);
+  const auto text = textOf(dnsMessage(1, 0x8180, {label + dnsName("Org") + u32(0x10001)})).value();
+  EXPECT_EQ(between(text, "query0!", ";A;IN"),
+            R"(=_-*/#@"$()&'+:<>?[]^`{|}~%a\046b\092c\033\044\059\032\009\127\195\169\000.Org)");
 }
 
 TEST(DnsMessageTest, AddressesAreWrittenAsTheCLibraryWritesThem) {

@@ -93,18 +93,6 @@ TEST(TcpReassemblerTest, SegmentsAreJoinedInTheOrderOfTheirSequence) {
   }
 }
 
-TEST(TcpReassemblerTest, SegmentsOfAnySizeAndWrappingSequenceAreJoined) {
-  const std::string stream = framed(1) + framed(2) + framed(3, 300);
-  for (const unsigned size : {1U, 7U, 43U, 386U}) {
-    Streams streams;
-    streams.give(at(0xfffffeff, "", kSyn));
-    for (unsigned done = 0; done < stream.size(); done += size) {
-      streams.give(at(0xffffff00 + done, stream.substr(done, size)));
-    }
-    EXPECT_EQ(streams.messages, stream) << size;
-  }
-}
-
 TEST(TcpReassemblerTest, LostSegmentIsPassedOverOnceTooMuchWaits) {
   for (const unsigned size : {1000U, 40U}) {
     Streams streams;

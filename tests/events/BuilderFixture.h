@@ -41,7 +41,6 @@ class Builder : public testing::Test {
     return *packer_.events.at(0);
   }
   const DnsPacket& onlyPacket() const { return *onlyEvent().dnsPacket; }
-  std::string lastBegun() { return *variables_.getString("last_dns_event_timestamp"); }
 
   TemporaryDirectory directory_;
   LogRecorder log_;

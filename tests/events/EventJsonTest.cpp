@@ -34,13 +34,10 @@ Json fullEventWith(const char* pointer, Json value) {
   return json;
 }
 
-TEST(EventJson, FullEventSurvivesDecodingAndEncodingUnchanged) {
-  EXPECT_EQ(jsonText(Json::parse(kFullEvent).get<ToviDNSEvent>()), kFullEvent);
-}
-
-TEST(EventJson, EmptyEventIsAnEmptyObject) {
-  EXPECT_EQ(jsonText({}), "{}");
-  EXPECT_EQ(jsonText(Json::parse("{}").get<ToviDNSEvent>()), "{}");
+TEST(EventJson, EventSurvivesDecodingAndEncodingUnchanged) {
+  for (const char* text : {kFullEvent, "{}"}) {
+    EXPECT_EQ(jsonText(Json::parse(text).get<ToviDNSEvent>()), text);
+  }
 }
 
 TEST(EventJson, EveryTextIsWrittenAsTheLibraryWritesIt) {

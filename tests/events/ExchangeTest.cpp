@@ -6,6 +6,9 @@ namespace tovi::test {
 namespace {
 
 constexpr const char* kApp = "192.168.1.20;40001;192.168.1.1";
+constexpr const char* kOther = "192.168.1.20;40002;192.168.1.1";
+constexpr const char* kInside = "10.0.3.2;40001;9.9.9.9";
+constexpr const char* kOutside = "192.168.1.20;61000;9.9.9.9";
 
 /// A packet of an exchange, in the words of a test.
 struct Packet {
@@ -75,16 +78,6 @@ class Scene : public Builder {
   void TestBody() override {}
 };
 
-TEST(Exchange, ProgramAndItsForwarderAreNamedEachForItsOwn) {
-  Scene scene;
-  const std::string upstream = "192.168.1.20;5353;9.9.9.9";
-  scene.feed({query({.flow = "127.0.0.1;40001;127.0.0.53", .pid = 512}),
-              query({.flow = upstream, .milliseconds = 1, .pid = 90, .id = 900}),
-              response({.flow = upstream, .milliseconds = 9, .id = 900}),
-              response({.flow = "127.0.0.1;40001;127.0.0.53", .milliseconds = 10})});
-  scene.expect({{90, 1}, {512, 0}});
-}
-
 TEST(Exchange, ForwarderThatKeepsIdentifiersIsToldFromItsClient) {
   for (const int forwarder : {90, 0}) {
     Scene scene;
@@ -99,17 +92,16 @@ TEST(Exchange, ForwarderThatKeepsIdentifiersIsToldFromItsClient) {
 }
 
 TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
-  const std::string other = "192.168.1.20;40002;192.168.1.1";
   const struct {
     const char* question;
     std::string flow;
     std::vector<std::string> earlier;
     std::size_t left;
   } cases[] = {
-      {"other.org", other, {query({.pid = 512}), failure({.milliseconds = 1})}, 1},
-      {"other.org", other, {query({.pid = 512})}, 1},
-      {"example.org", other, {query({.pid = 512}), failure({.milliseconds = 1})}, 0},
-      {"example.org", other, {query({.pid = 512})}, 1},
+      {"other.org", kOther, {query({.pid = 512}), failure({.milliseconds = 1})}, 1},
+      {"other.org", kOther, {query({.pid = 512})}, 1},
+      {"example.org", kOther, {query({.pid = 512}), failure({.milliseconds = 1})}, 0},
+      {"example.org", kOther, {query({.pid = 512})}, 1},
       {"example.org", kApp, {query({.pid = 512})}, 1},
   };
   for (const auto& [question, flow, earlier, left] : cases) {
@@ -124,104 +116,74 @@ TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
   }
 }
 
-TEST(Exchange, QuerySentAgainKeepsTimeAndProcessAndItsSecondAnswerMakesNoEvent) {
-  Scene scene;
+TEST(Exchange, EachCourseMakesTheEventsOfItsAskers) {
   const std::string nextServer = "192.168.1.20;40002;192.168.1.2";
-  scene.feed({query({.pid = 512}), query({.milliseconds = 5000}),
-              query({.flow = nextServer, .milliseconds = 10'000, .pid = 512}),
-              response({.flow = nextServer, .milliseconds = 10'009}),
-              response({.milliseconds = 10'020})});
-  scene.expect({{512, 0}});
-}
-
-TEST(Exchange, QueryAfterTheAnswerBeginsAnotherExchange) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), response({.milliseconds = 9}),
-              query({.milliseconds = 20, .pid = 513}), response({.milliseconds = 29}),
-              query({.milliseconds = 40}), failure({.milliseconds = 41}),
-              query({.milliseconds = 42, .pid = 512}), response({.milliseconds = 49})});
-  scene.expect({{512, 0}, {513, 2}, {512, 6}});
-}
-
-TEST(Exchange, ResponseToAnotherQuestionOrPortIsNobodysAndLeavesThePendingOne) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), response({.question = "other.org", .milliseconds = 1}),
-              response({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 2}),
-              response({.milliseconds = 9})});
-  scene.expect({{0, 1}, {0, 2}, {512, 0}});
-}
-
-TEST(Exchange, PacketsSeenOnSeveralInterfacesMakeOneEvent) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), query({}), query({}), response({.milliseconds = 9}),
-              response({.milliseconds = 9}), response({.milliseconds = 9}),
-              query({.milliseconds = 1})});
-  scene.expect({{512, 0}});
-}
-
-TEST(Exchange, AddressTranslationOnTheWayMakesOneEventOfWhoWasFound) {
-  const std::string inside = "10.0.3.2;40001;9.9.9.9";
-  const std::string outside = "192.168.1.20;61000;9.9.9.9";
-  const std::vector<std::string> orders[] = {
-      {query({.flow = inside, .pid = 512}), query({.flow = outside}),
-       response({.flow = outside, .milliseconds = 9}),
-       response({.flow = inside, .milliseconds = 9})},
-      {query({.flow = outside}), query({.flow = inside, .pid = 512}),
-       response({.flow = inside, .milliseconds = 9}),
-       response({.flow = outside, .milliseconds = 9})},
+  const struct {
+    const char* outcome;
+    std::vector<std::string> texts;
+    std::vector<Asker> askers;
+  } cases[] = {
+      {"query sent again keeps time and process, and its second answer makes no event",
+       {query({.pid = 512}), query({.milliseconds = 5000}),
+        query({.flow = nextServer, .milliseconds = 10'000, .pid = 512}),
+        response({.flow = nextServer, .milliseconds = 10'009}), response({.milliseconds = 10'020})},
+       {{512, 0}}},
+      {"query after the answer begins another exchange",
+       {query({.pid = 512}), response({.milliseconds = 9}), query({.milliseconds = 20, .pid = 513}),
+        response({.milliseconds = 29}), query({.milliseconds = 40}), failure({.milliseconds = 41}),
+        query({.milliseconds = 42, .pid = 512}), response({.milliseconds = 49})},
+       {{512, 0}, {513, 2}, {512, 6}}},
+      {"response to another question or port is nobody's and leaves the pending one",
+       {query({.pid = 512}), response({.question = "other.org", .milliseconds = 1}),
+        response({.flow = kOther, .milliseconds = 2}), response({.milliseconds = 9})},
+       {{0, 1}, {0, 2}, {512, 0}}},
+      {"packets seen on several interfaces make one event",
+       {query({.pid = 512}), query({}), query({}), response({.milliseconds = 9}),
+        response({.milliseconds = 9}), response({.milliseconds = 9}), query({.milliseconds = 1})},
+       {{512, 0}}},
+      {"second asker whom nobody found is another one after a second",
+       {query({.pid = 512}), query({.flow = kOther, .milliseconds = 1001}),
+        response({.flow = kOther, .milliseconds = 1009}), response({.milliseconds = 1010})},
+       {{0, 1}, {512, 0}}},
+      {"name given back in other letters is the same",
+       {query({.question = "eXamPle.oRG", .pid = 512}), response({.milliseconds = 9})},
+       {{512, 0}}},
+      {"truncated response lets the exchange go on",
+       {query({.pid = 512}), truncation({.milliseconds = 1}),
+        query({.flow = kOther, .milliseconds = 2}), response({.flow = kOther, .milliseconds = 9})},
+       {{512, 0}}},
+      {"response to another server's failure completes the event",
+       {query({.pid = 512}), failure({.milliseconds = 1}), response({.milliseconds = 9})},
+       {{512, 0}}},
+      {"response is forgotten after a while",
+       {response({}), response({.milliseconds = 30'000}), response({.milliseconds = 60'001}),
+        response({.milliseconds = 60'001 + 30'000})},
+       {{0, 0}, {0, 2}}},
+      {"query with answers of its own is an event that nothing else completes",
+       {query({.pid = 512}), text({}, "query", ",answer0!192.0.2.6;A;IN;60;example.org"),
+        response({.milliseconds = 9})},
+       {{0, 1}, {512, 0}}},
+      {"address translation behind the asker makes one event",
+       {query({.flow = kInside, .pid = 512}), query({.flow = kOutside}),
+        response({.flow = kOutside, .milliseconds = 9}),
+        response({.flow = kInside, .milliseconds = 9})},
+       {{512, 0}}},
+      {"address translation seen from outside first makes one event of who was found",
+       {query({.flow = kOutside}), query({.flow = kInside, .pid = 512}),
+        response({.flow = kInside, .milliseconds = 9}),
+        response({.flow = kOutside, .milliseconds = 9})},
+       {{512, 0}}},
+      {"address translation seen after the answer makes no second event",
+       {query({.flow = kOutside}), response({.flow = kOutside, .milliseconds = 9}),
+        query({.flow = kInside, .pid = 512}), response({.flow = kInside, .milliseconds = 9})},
+       {{0, 0}}},
   };
-  for (const auto& texts : orders) {
+  for (const auto& [outcome, texts, askers] : cases) {
+    SCOPED_TRACE(outcome);
     Scene scene;
     scene.feed(texts);
-    scene.expect({{512, 0}});
+    scene.expect(askers);
   }
-  Scene scene;
-  scene.feed({query({.flow = outside}), response({.flow = outside, .milliseconds = 9}),
-              query({.flow = inside, .pid = 512}), response({.flow = inside, .milliseconds = 9})});
-  scene.expect({{0, 0}});
-}
-
-TEST(Exchange, SecondAskerWhomNobodyFoundIsAnotherOneAfterASecond) {
-  Scene scene;
-  const std::string other = "192.168.1.20;40002;192.168.1.1";
-  scene.feed({query({.pid = 512}), query({.flow = other, .milliseconds = 1001}),
-              response({.flow = other, .milliseconds = 1009}), response({.milliseconds = 1010})});
-  scene.expect({{0, 1}, {512, 0}});
-}
-
-TEST(Exchange, NameGivenBackInOtherLettersIsTheSame) {
-  Scene scene;
-  scene.feed({query({.question = "eXamPle.oRG", .pid = 512}),
-              response({.question = "example.org", .milliseconds = 9})});
-  scene.expect({{512, 0}});
-}
-
-TEST(Exchange, TruncatedResponseLetsTheExchangeGoOn) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), truncation({.milliseconds = 1}),
-              query({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 2}),
-              response({.flow = "192.168.1.20;40002;192.168.1.1", .milliseconds = 9})});
-  scene.expect({{512, 0}});
-}
-
-TEST(Exchange, ResponseToAnotherServersFailureCompletesTheEvent) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), failure({.milliseconds = 1}), response({.milliseconds = 9})});
-  scene.expect({{512, 0}});
-}
-
-TEST(Exchange, ResponseIsForgottenAfterAWhile) {
-  Scene scene;
-  scene.feed({response({}), response({.milliseconds = 30'000}), response({.milliseconds = 60'001}),
-              response({.milliseconds = 60'001 + 30'000})});
-  scene.expect({{0, 0}, {0, 2}});
-}
-
-TEST(Exchange, QueryWithAnswersOfItsOwnIsAnEventThatNothingElseCompletes) {
-  Scene scene;
-  scene.feed({query({.pid = 512}), text({}, "query", ",answer0!192.0.2.6;A;IN;60;example.org"),
-              response({.milliseconds = 9})});
-  scene.expect({{0, 1}, {512, 0}});
 }
 
 TEST(Exchange, EventTellsServerPortTransportAndDuration) {
@@ -230,7 +192,6 @@ TEST(Exchange, EventTellsServerPortTransportAndDuration) {
     scene.feed(texts);
     return scene.packer_.events.at(0)->exchange;
   };
-  const std::string inside = "10.0.3.2;40001;9.9.9.9", outside = "192.168.1.20;61000;9.9.9.9";
   const std::string next = "192.168.1.20;40002;192.168.1.2";
   const std::tuple<const char*, std::vector<std::string>, EventExchange> cases[] = {
       {"asked and answered",
@@ -241,8 +202,8 @@ TEST(Exchange, EventTellsServerPortTransportAndDuration) {
        {failure({}), response({.milliseconds = 9})},
        {"192.168.1.1", 40001, "udp", {}}},
       {"translated address",
-       {query({.flow = inside, .pid = 512}), query({.flow = outside, .milliseconds = 1}),
-        response({.flow = outside, .milliseconds = 9})},
+       {query({.flow = kInside, .pid = 512}), query({.flow = kOutside, .milliseconds = 1}),
+        response({.flow = kOutside, .milliseconds = 9})},
        {"9.9.9.9", 40001, "udp", 9000}},
       {"sent again to another server",
        {query({.pid = 512}), query({.flow = next, .milliseconds = 5000, .pid = 512}),
