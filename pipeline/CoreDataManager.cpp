@@ -1,15 +1,12 @@
 #include "pipeline/CoreDataManager.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 
 #include "pipeline/MessageModel.h"
 #include "pipeline/SqliteError.h"
+#include "platform/OwnDirectory.h"
 
 namespace tovi {
 
@@ -20,33 +17,6 @@ static constexpr const char* kFileName = "MessageModel.sqlite";
 static constexpr int kPageBytes = 16 * 1024;
 static constexpr int kWriteAheadLogBytes = 4 * 1024 * 1024;
 
-[[noreturn]] static void throwSystemError(int code) {
-  throw std::system_error(code, std::generic_category());
-}
-
-/// Closes our own directory to other users; the error number of what prevents it, or 0.
-static int claim(int descriptor) {
-  struct stat status {};
-  if (fstat(descriptor, &status) != 0) return errno;
-  if (status.st_uid != geteuid()) return EPERM;
-  return fchmod(descriptor, S_IRWXU) == 0 ? 0 : errno;
-}
-
-/// Throws for what is no directory of our own, a link to one included.
-static void claimDirectory(const std::filesystem::path& directory) {
-  const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (descriptor < 0) throwSystemError(errno);
-  const int failure = claim(descriptor);
-  close(descriptor);
-  if (failure != 0) throwSystemError(failure);
-}
-
-static void prepareDirectory(const std::filesystem::path& directory) {
-  std::filesystem::create_directories(directory.parent_path());
-  if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) throwSystemError(errno);
-  claimDirectory(directory);
-}
-
 // SQLite counts in pages.
 static void limitWriteAheadLog(SqliteDatabase& database) {
   const int pageBytes = std::stoi(database.text("PRAGMA page_size"));
@@ -54,7 +24,7 @@ static void limitWriteAheadLog(SqliteDatabase& database) {
 }
 
 static std::unique_ptr<SqliteDatabase> openStore(const std::filesystem::path& directory) {
-  prepareDirectory(directory);
+  platform::claimDirectory(directory);
   // Links above the store's own directory are the administrator's.
   const auto file = std::filesystem::canonical(directory) / kFileName;
   auto database = std::make_unique<SqliteDatabase>(file.string());
@@ -119,7 +89,7 @@ std::optional<CoreDataManager::Failure> CoreDataManager::loadPersistentStores() 
   } catch (const SqliteError& error) {
     return Failure{error.what(), error.isDamage};
   } catch (const std::system_error& error) {
-    return Failure{error.what(), isOther(error.code())};
+    return Failure{error.code().message(), isOther(error.code())};
   } catch (const std::exception& error) {
     return Failure{error.what(), false};
   }

@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/Directory.h"
 #include "platform/linux/PutFile.h"
 #include "platform/linux/SystemCall.h"
 
@@ -18,7 +18,6 @@ namespace tovi::platform {
 namespace {
 
 constexpr std::size_t kMostItemBytes = 64u << 10;
-constexpr mode_t kOwnerOnlyDirectory = S_IRWXU;
 constexpr mode_t kOwnerOnlyFile = S_IRUSR | S_IWUSR;
 
 void checkAccount(std::string_view account) {
@@ -39,21 +38,16 @@ struct stat checkOwnerOnly(int descriptor, const std::string& what) {
   return facts;
 }
 
-FileDescriptor openDirectory(const std::filesystem::path& directory) {
-  FileDescriptor opened(
-      checkCall(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC),
-                directory.string()));
+FileDescriptor openOwn(const std::filesystem::path& directory) {
+  FileDescriptor opened = openDirectory(directory);
   checkOwnerOnly(opened.get(), directory.string());
   return opened;
 }
 
 // The directory, made when missing, and locked against other writers until it is closed.
-FileDescriptor openDirectoryForWriting(const std::filesystem::path& directory) {
-  if (directory.has_parent_path()) std::filesystem::create_directories(directory.parent_path());
-  if (mkdir(directory.c_str(), kOwnerOnlyDirectory) != 0 && errno != EEXIST) {
-    throwSystemError(errno, directory.string());
-  }
-  FileDescriptor opened = openDirectory(directory);
+FileDescriptor openLocked(const std::filesystem::path& directory) {
+  FileDescriptor opened = makeDirectory(directory);
+  checkOwnerOnly(opened.get(), directory.string());
   checkCall(flock(opened.get(), LOCK_EX), directory.string());
   return opened;
 }
@@ -114,13 +108,13 @@ SecretItems::SecretItems(std::filesystem::path directory) : directory_(std::move
 
 SecretStatus SecretItems::add(std::string_view account, ByteView value) {
   return attempt(account, [&](const std::string& name) {
-    putItem(openDirectoryForWriting(directory_), name, value, RENAME_NOREPLACE);
+    putItem(openLocked(directory_), name, value, RENAME_NOREPLACE);
   });
 }
 
 SecretStatus SecretItems::update(std::string_view account, ByteView value) {
   return attempt(account, [&](const std::string& name) {
-    const FileDescriptor directory = openDirectoryForWriting(directory_);
+    const FileDescriptor directory = openLocked(directory_);
     openItem(directory, name);
     putItem(directory, name, value);
   });
@@ -128,13 +122,13 @@ SecretStatus SecretItems::update(std::string_view account, ByteView value) {
 
 SecretStatus SecretItems::read(std::string_view account, Bytes& value) const {
   return attempt(account, [&](const std::string& name) {
-    value = readItem(openItem(openDirectory(directory_), name), name);
+    value = readItem(openItem(openOwn(directory_), name), name);
   });
 }
 
 SecretStatus SecretItems::remove(std::string_view account) {
   return attempt(account, [&](const std::string& name) {
-    const FileDescriptor directory = openDirectory(directory_);
+    const FileDescriptor directory = openOwn(directory_);
     checkCall(unlinkat(directory.get(), name.c_str(), 0), name);
     checkCall(fsync(directory.get()), name);
   });
