@@ -30,12 +30,10 @@ class DaemonStatistics : public GetStatisticsProtocol {
 
   explicit DaemonStatistics(const Sources& sources) : sources_(sources) {}
 
-  PropertyDictionary counters() override;
-  PropertyDictionary activity() override;
+  Counters counters() override;
+  Activity activity() override;
 
  private:
-  void addLookups(PropertyDictionary& counters) const;
-
   const Sources sources_;
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "capture/DnsMessage.h"
+#include "events/DnsEventNames.h"
 #include "events/ProcessText.h"
 
 namespace tovi {
@@ -10,7 +11,7 @@ namespace tovi {
 static constexpr std::size_t kShown = 20;
 static constexpr unsigned kNoError = 0;
 
-static bool comesFirst(const RecentActivity::Entry& left, const RecentActivity::Entry& right) {
+static bool comesFirst(const Activity::Entry& left, const Activity::Entry& right) {
   return left.count != right.count ? left.count > right.count : left.name < right.name;
 }
 
@@ -39,13 +40,13 @@ void RecentActivity::addResponse(Slot& slot, const ObservedMessage& message) {
   slot.failures.add(std::to_string(code) + " " + std::string(message.questionName));
 }
 
-RecentActivity::Summary RecentActivity::summary() const {
+Activity RecentActivity::summary() const {
   std::lock_guard lock(mutex_);
-  Summary summary{.covered = covered(),
-                  .names = top(&Slot::names),
-                  .processes = top(&Slot::processes),
-                  .failures = topFailures(),
-                  .resolvers = top(&Slot::resolvers)};
+  Activity summary{.windowSeconds = covered().count(),
+                   .names = top(&Slot::names),
+                   .processes = top(&Slot::processes),
+                   .failures = topFailures(),
+                   .resolvers = top(&Slot::resolvers)};
   for (const auto& slot : slots_) {
     if (!isRecent(slot)) continue;
     summary.queries += slot.queries;
@@ -55,27 +56,27 @@ RecentActivity::Summary RecentActivity::summary() const {
   return summary;
 }
 
-std::vector<RecentActivity::Entry> RecentActivity::top(BoundedCounts Slot::*kind) const {
-  std::unordered_map<std::string, std::uint64_t> counts;
+std::vector<Activity::Entry> RecentActivity::top(BoundedCounts Slot::*kind) const {
+  std::unordered_map<std::string, std::int64_t> counts;
   for (const auto& slot : slots_) {
     if (!isRecent(slot)) continue;
     (slot.*kind).forEach([&](const std::string& name, std::uint64_t least) {
-      counts[name] += least;
+      counts[name] += static_cast<std::int64_t>(least);
     });
   }
-  std::vector<Entry> entries;
+  std::vector<Activity::Entry> entries;
   for (const auto& [name, count] : counts) entries.push_back({name, count, {}});
   std::ranges::sort(entries, comesFirst);
   entries.resize(std::min(entries.size(), kShown));
   return entries;
 }
 
-std::vector<RecentActivity::Entry> RecentActivity::topFailures() const {
+std::vector<Activity::Entry> RecentActivity::topFailures() const {
   auto failures = top(&Slot::failures);
   for (auto& failure : failures) {
-    std::size_t digits = 0;
-    failure.responseCode = static_cast<unsigned>(std::stoul(failure.name, &digits));
-    failure.name.erase(0, digits + 1);
+    const auto space = failure.name.find(' ');
+    failure.responseCode = responseCodeName(std::string_view(failure.name).substr(0, space));
+    failure.name.erase(0, space + 1);
   }
   return failures;
 }

@@ -4,11 +4,11 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "capture/MessageObserverProtocol.h"
+#include "core/Activity.h"
 #include "core/TimeProviderProtocol.h"
 #include "events/BoundedCounts.h"
 
@@ -22,37 +22,12 @@ class RecentActivity : public MessageObserverProtocol {
  public:
   static constexpr std::chrono::seconds kWindow{60};
 
-  struct Entry {
-    std::string name;
-    std::uint64_t count = 0;
-    /// Of failures alone.
-    std::optional<unsigned> responseCode = std::nullopt;
-    bool operator==(const Entry&) const = default;
-  };
-  /// The most frequent ones of each kind, the most frequent first, then by name. Where more came
-  /// than are kept, a count is that of the times that are certain.
-  struct Summary {
-    /// The time that the figures are of.
-    std::chrono::seconds covered{};
-    std::uint64_t queries = 0;
-    std::uint64_t responses = 0;
-    std::uint64_t failedResponses = 0;
-    /// The names that were asked for.
-    std::vector<Entry> names;
-    /// Those that asked; queries whose process is unknown are not among them.
-    std::vector<Entry> processes;
-    /// The names whose answer was an error, by name and error.
-    std::vector<Entry> failures;
-    /// The addresses that answered.
-    std::vector<Entry> resolvers;
-  };
-
   /// The time provider must outlive it.
   explicit RecentActivity(const TimeProviderProtocol& timeProvider)
       : timeProvider_(timeProvider), start_(timeProvider.now()) {}
 
   void observe(const ObservedMessage& message) override;
-  Summary summary() const;
+  Activity summary() const;
 
  private:
   static constexpr std::chrono::seconds kSlotTime{10};
@@ -73,8 +48,8 @@ class RecentActivity : public MessageObserverProtocol {
   Slot& currentSlot();
   static void addQuery(Slot& slot, const ObservedMessage& message, const std::string& process);
   static void addResponse(Slot& slot, const ObservedMessage& message);
-  std::vector<Entry> top(BoundedCounts Slot::*kind) const;
-  std::vector<Entry> topFailures() const;
+  std::vector<Activity::Entry> top(BoundedCounts Slot::*kind) const;
+  std::vector<Activity::Entry> topFailures() const;
   bool isRecent(const Slot& slot) const;
   std::chrono::seconds covered() const;
 

@@ -211,7 +211,7 @@ class ObserverCheck : public MessageObserverProtocol {
 
   TimeProvider time_;
   RecentActivity activity_{time_};
-  std::uint64_t observed_ = 0;
+  std::int64_t observed_ = 0;
 };
 
 }  // namespace

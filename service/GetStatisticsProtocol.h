@@ -1,18 +1,18 @@
 #pragma once
 
-#include "core/PropertyValue.h"
+#include "core/Activity.h"
+#include "service/Counters.h"
 
 namespace tovi {
 
-/// What the daemon has done and lost, under the keys of service/StatisticsProtocol.h. Main loop
-/// only.
+/// What the daemon has done and lost. Main loop only.
 class GetStatisticsProtocol {
  public:
   virtual ~GetStatisticsProtocol() = default;
   /// Since the start of the daemon.
-  virtual PropertyDictionary counters() = 0;
+  virtual Counters counters() = 0;
   /// Of the last minute.
-  virtual PropertyDictionary activity() = 0;
+  virtual Activity activity() = 0;
 };
 
 }  // namespace tovi

@@ -1,6 +1,6 @@
 #include "service/StatisticsInterface.h"
 
-#include "service/ServiceValues.h"
+#include "service/ServiceRecord.h"
 #include "service/StatisticsProtocol.h"
 #include "service/ToviAgentXPCProtocol.h"
 

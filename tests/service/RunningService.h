@@ -17,8 +17,8 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol, GetStatisticsP
   std::map<std::string, std::string> batches;
   std::optional<std::string> statusMessage;
   std::function<void()> onReport = [] {};
-  PropertyDictionary counted = {{"packets_captured", {std::int64_t{7}}}};
-  PropertyDictionary recent;
+  Counters counted = {.packetsCaptured = 7};
+  Activity recent;
   std::vector<std::string> calls;
 
   ActivationStatus getActivationStatus() const override { return status; }
@@ -37,8 +37,8 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol, GetStatisticsP
     if (force) return "{\"active\":true}";
     return std::exchange(statusMessage, std::nullopt);
   }
-  PropertyDictionary counters() override { return counted; }
-  PropertyDictionary activity() override { return recent; }
+  Counters counters() override { return counted; }
+  Activity activity() override { return recent; }
   std::optional<std::string> statusMessageDeliveredState(
       const std::string& state, const std::optional<std::string>& data) override {
     calls.push_back("status " + state + " " + data.value_or("-"));

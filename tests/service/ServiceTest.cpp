@@ -26,6 +26,14 @@ TEST(ServiceTest, IntrospectionShowsEveryMethodWithItsArguments) {
   }
 }
 
+TEST(StatisticsTest, DocumentationNamesEveryCounter) {
+  const auto text = readFile(TOVI_SOURCE_DIR "/docs/protocol.md");
+  const Counters counters;
+  forEachMember(counters, [&](const auto& key, const auto&) {
+    EXPECT_NE(text.find("`" + std::string(key.name()) + "`"), text.npos) << key.name();
+  });
+}
+
 /// What `tovictl state` complains of (lines) and its exit status, when the installed policy says of
 /// `account` what it says of root. Anybody may serve.
 std::string stateForRootBeing(const std::string& account) {

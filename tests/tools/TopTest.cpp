@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "service/StatisticsProtocol.h"
 #include "toolkit/ShownText.h"
 #include "tovictl/top/TopView.h"
 
@@ -20,10 +19,9 @@ class TopTest : public testing::Test {
   void look(double seconds, std::int64_t uptime, std::int64_t packets) {
     Sample sample;
     sample.time += std::chrono::milliseconds(static_cast<int>(seconds * 1000));
-    sample.counters = {{statistics::kUptimeSeconds, uptime},
-                       {statistics::kPacketsCaptured, packets}};
-    sample.activity.names = {{"b", 9, ""}, {"a", 9, ""}, {"c", 30, ""}};
-    sample.activity.failures = {{kHostile, 3, kHostile}, {std::string(300, 'x') + ".end", 1, ""}};
+    sample.counters = {.uptimeSeconds = uptime, .packetsCaptured = packets};
+    sample.activity.names = {{"b", 9}, {"a", 9}, {"c", 30}};
+    sample.activity.failures = {{kHostile, 3, kHostile}, {std::string(300, 'x') + ".end", 1}};
     model_.take({sample, ""});
   }
   std::string order() const {
@@ -61,14 +59,14 @@ TEST_F(TopTest, EveryLineFillsTheScreenExactlyWhateverItsSize) {
 
 TEST_F(TopTest, PanelGetsTheRoomThatItsNeighbourDoesNotNeed) {
   Sample sample;
-  for (char name = 'a'; name < 'm'; ++name) sample.activity.names.push_back({{name}, 1, ""});
+  for (char name = 'a'; name < 'm'; ++name) sample.activity.names.push_back({{name}, 1});
   model_.take({sample, ""});
   EXPECT_NE(textOf({24, 80}).find("Names asked for  "), std::string::npos);
   EXPECT_NE(textOf({20, 80}).find("Names asked for (8 of 12)"), std::string::npos);
 }
 
 TEST_F(TopTest, RateIsOfTheLastTwoLooksAndNoneAcrossARestart) {
-  const auto rate = [this] { return model_.rate(statistics::kPacketsCaptured); };
+  const auto rate = [this] { return model_.rate(&Counters::packetsCaptured); };
   look(0, 10, 100);
   EXPECT_EQ(rate(), std::nullopt);
   look(2, 12, 130);

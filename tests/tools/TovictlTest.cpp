@@ -14,30 +14,24 @@ constexpr auto kBatch = R"({"date":"then","events_data":[{"b":1,"a":2},{"c":3}]}
 constexpr auto kEvents = "{\"b\":1,\"a\":2}\n{\"c\":3}\n";
 
 /// Entries of these names and response codes, each counted five times.
-PropertyValue entriesOf(const std::vector<std::string>& names) {
-  PropertyValue list;
-  auto& entries = list.value.emplace<PropertyValue::Array>(names.size());
-  for (std::size_t each = 0; each < names.size(); ++each) {
-    auto& entry = entries[each].value.emplace<PropertyDictionary>();
-    entry["name"].value = names[each];
-    entry["response_code"].value = names[each];
-    entry["count"].value = std::int64_t{5};
-  }
-  return list;
+std::vector<Activity::Entry> entriesOf(const std::vector<std::string>& names) {
+  std::vector<Activity::Entry> entries;
+  for (const auto& name : names) entries.push_back({name, 5, name});
+  return entries;
 }
 
 /// Something of everything that could upset a terminal.
-PropertyDictionary hostileActivity() {
+Activity hostileActivity() {
   const auto hostile =
       entriesOf({"\033]0;owned\a\033[2J\033[?1049l", "\302\23331mC1", "\xE2\x80\xAErtl\xE2\x81\xA6",
                  "line\nend\r\ttab", "e\xCC\x81\xCC\x81", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E",
                  std::string(300, 'x'), "<b>'\"$(id)\\", ""});
-  return {{"window_seconds", {std::int64_t{60}}},
-          {"queries", {std::int64_t{45}}},
-          {"names", hostile},
-          {"processes", hostile},
-          {"failures", hostile},
-          {"resolvers", hostile}};
+  return {.windowSeconds = 60,
+          .queries = 45,
+          .names = hostile,
+          .processes = hostile,
+          .failures = hostile,
+          .resolvers = hostile};
 }
 
 /// A batch of events that could, of one that could not, and of what is no event.
@@ -198,15 +192,15 @@ TEST_F(TovictlTest, OlderDaemonWithoutStatisticsStillHasAStatus) {
 }
 
 TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf) {
-  daemon_.counted = {{"uptime_seconds", {std::int64_t{11520}}},
-                     {"packets_captured", {std::int64_t{1'234'500}}},
-                     {"packets_dropped_by_kernel", {std::int64_t{12}}},
-                     {"events", {std::int64_t{200}}},
-                     {"events_repeated", {std::int64_t{150}}},
-                     {"batches_dropped", {std::int64_t{0}}},
-                     {"batches_removed", {std::int64_t{3}}},
-                     {"batches_unreadable", {std::int64_t{2}}},
-                     {"payload_key_unreadable", {std::int64_t{1}}}};
+  daemon_.counted = {.uptimeSeconds = 11520,
+                     .packetsCaptured = 1'234'500,
+                     .packetsDroppedByKernel = 12,
+                     .events = 200,
+                     .eventsRepeated = 150,
+                     .batchesDropped = 0,
+                     .batchesRemoved = 3,
+                     .batchesUnreadable = 2,
+                     .payloadKeyUnreadable = 1};
   serve();
   const auto shown = sh("tovictl status --color=always 2>/dev/null | tr -s ' '");
   for (const char* line :
@@ -222,7 +216,7 @@ TEST_F(TovictlTest, StatusShowsWhatWasLostInColourAndSharesOfWhatTheyArePartsOf)
 TEST_F(TovictlTest, WatchingTakesNothingFromTheCompanion) {
   daemon_.statusMessage = "{\"active\":true}";
   daemon_.batches = {{"1", kBatch}};
-  daemon_.recent = {{"queries", {std::int64_t{5}}}, {"failures", entriesOf({"\033[31mname"})}};
+  daemon_.recent = {.queries = 5, .failures = entriesOf({"\033[31mname"})};
   serve();
   const auto lines = sh("tovictl top --count 2 --interval 0.1 | grep -e ^exch -e ^fail");
   const std::string once =

@@ -1,6 +1,7 @@
 #include "tovictl/Agent.h"
 
 #include "core/Bundle.h"
+#include "service/ServiceRecord.h"
 #include "service/StatisticsProtocol.h"
 #include "service/ToviAgentXPCProtocol.h"
 
@@ -62,11 +63,11 @@ Dictionary Agent::statistics(const std::string& method) {
 }
 
 Counters Agent::counters() {
-  return countersFrom(statistics(statistics::kGetCounters));
+  return recordFrom<Counters>(statistics(statistics::kGetCounters));
 }
 
 Activity Agent::activity() {
-  return activityFrom(statistics(statistics::kGetActivity));
+  return recordFrom<Activity>(statistics(statistics::kGetActivity));
 }
 
 }  // namespace tovi::ctl

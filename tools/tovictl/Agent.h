@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "core/Activity.h"
 #include "core/ToviAgentProtocol.h"
 #include "platform/ServiceBus.h"
-#include "tovictl/Activity.h"
-#include "tovictl/Counters.h"
+#include "service/Counters.h"
 
 namespace tovi::ctl {
 

@@ -1,11 +1,15 @@
 #include "tovictl/CounterSections.h"
 
-#include "service/StatisticsProtocol.h"
 #include "toolkit/Figures.h"
 
 namespace tovi::ctl {
 
-using Count = std::optional<std::int64_t>;
+using Count = Counters::Count;
+
+std::string shareText(const Count& part, const Count& whole) {
+  if (!part || *part < 0 || !whole || *whole <= 0) return "";
+  return tovi::shareText(static_cast<std::uint64_t>(*part), static_cast<std::uint64_t>(*whole));
+}
 
 static std::string text(const Count& count) {
   return count ? numberText(*count) : "";
@@ -21,52 +25,52 @@ static Tone toneOf(const Count& count, Tone whenMany) {
 }
 
 static Section captureSection(const Counters& counters) {
-  const auto captured = countOf(counters, statistics::kPacketsCaptured);
-  const auto dropped = countOf(counters, statistics::kPacketsDroppedByKernel);
-  const auto undecodable = countOf(counters, statistics::kPacketsUndecodable);
+  const auto captured = counters.packetsCaptured;
+  const auto dropped = counters.packetsDroppedByKernel;
+  const auto undecodable = counters.packetsUndecodable;
   const auto all = captured.value_or(0) + dropped.value_or(0);
   return {"Capture",
           {{"Packets captured", text(captured)},
            {"Dropped by the kernel", withShare(dropped, all, "all"), toneOf(dropped, Tone::Bad)},
            {"Undecodable", withShare(undecodable, captured, "captured"),
             toneOf(undecodable, Tone::Warning)},
-           {"Of other types", text(countOf(counters, statistics::kMessagesOfOtherTypes))},
-           {"DNS messages", text(countOf(counters, statistics::kMessages))}}};
+           {"Of other types", text(counters.messagesOfOtherTypes)},
+           {"DNS messages", text(counters.messages)}}};
 }
 
 // What the kernel tells leaves nobody out; other ways do.
 static Section lookupSection(const Counters& counters) {
-  const auto lookups = countOf(counters, statistics::kLookups);
-  const auto without = countOf(counters, statistics::kLookupsWithoutProcess);
-  const auto way = textOf(counters, statistics::kProcessLookup);
+  const auto lookups = counters.lookups;
+  const auto without = counters.lookupsWithoutProcess;
+  const auto way = counters.processLookup.value_or("");
   return {"Process lookups",
           {{"Way", way, way == "kernel" ? Tone::Plain : Tone::Warning},
            {"Lookups", text(lookups)},
            {"Without a process", withShare(without, lookups, "lookups")},
-           {"Found by the kernel", text(countOf(counters, statistics::kFoundByKernel))},
-           {"Found by search", text(countOf(counters, statistics::kFoundBySearch))},
-           {"Found by lsof", text(countOf(counters, statistics::kFoundByLsof))},
-           {"Forgotten notes", text(countOf(counters, statistics::kSendersForgotten))}}};
+           {"Found by the kernel", text(counters.foundByKernel)},
+           {"Found by search", text(counters.foundBySearch)},
+           {"Found by lsof", text(counters.foundByLsof)},
+           {"Forgotten notes", text(counters.sendersForgotten)}}};
 }
 
 static Section eventSection(const Counters& counters) {
-  const auto events = countOf(counters, statistics::kEvents);
-  const auto repeated = countOf(counters, statistics::kEventsRepeated);
+  const auto events = counters.events;
+  const auto repeated = counters.eventsRepeated;
   return {"Events",
-          {{"Forgotten unanswered", text(countOf(counters, statistics::kExchangesForgotten))},
-           {"Messages refused", text(countOf(counters, statistics::kMessagesRefused))},
+          {{"Forgotten unanswered", text(counters.exchangesForgotten)},
+           {"Messages refused", text(counters.messagesRefused)},
            {"Events", text(events)},
            {"Repeated, left out", withShare(repeated, events, "events")}}};
 }
 
 static Section batchSection(const Counters& counters) {
-  const auto dropped = countOf(counters, statistics::kBatchesDropped);
-  const auto removed = countOf(counters, statistics::kBatchesRemoved);
-  const auto unreadable = countOf(counters, statistics::kBatchesUnreadable);
-  const bool hasNoKey = countOf(counters, statistics::kPayloadKeyUnreadable).value_or(0) > 0;
+  const auto dropped = counters.batchesDropped;
+  const auto removed = counters.batchesRemoved;
+  const auto unreadable = counters.batchesUnreadable;
+  const bool hasNoKey = counters.payloadKeyUnreadable.value_or(0) > 0;
   return {"Batches",
-          {{"Stored", text(countOf(counters, statistics::kBatchesStored))},
-           {"Waiting", text(countOf(counters, statistics::kBatchesWaiting))},
+          {{"Stored", text(counters.batchesStored)},
+           {"Waiting", text(counters.batchesWaiting)},
            {"Dropped", text(dropped), toneOf(dropped, Tone::Bad)},
            {"Removed, store full", text(removed), toneOf(removed, Tone::Bad)},
            {"Unreadable", text(unreadable), toneOf(unreadable, Tone::Bad)},
@@ -74,7 +78,7 @@ static Section batchSection(const Counters& counters) {
 }
 
 std::vector<Section> counterSections(const Counters& counters) {
-  const auto uptime = countOf(counters, statistics::kUptimeSeconds);
+  const auto uptime = counters.uptimeSeconds;
   return {{"Since the daemon started",
            {{"Up for", uptime ? durationText(std::chrono::seconds(*uptime)) : ""}}},
           captureSection(counters),

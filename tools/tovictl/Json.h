@@ -2,9 +2,19 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/JsonText.h"
+
 namespace tovi::ctl {
 
 using Json = nlohmann::ordered_json;
+
+/// The record without its absent members, in the order of its list.
+template <JsonRecord Record>
+Json jsonOf(const Record& record) {
+  TextBuffer text;
+  appendJson(text, record);
+  return Json::parse(text.view());
+}
 
 /// Grows when a member that programs may rely on changes its meaning or goes.
 inline constexpr int kSchemaVersion = 1;

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "tovictl/Activity.h"
-#include "tovictl/Counters.h"
+#include "core/Activity.h"
+#include "service/Counters.h"
 
 namespace tovi::ctl {
 

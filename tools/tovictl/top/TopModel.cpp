@@ -4,8 +4,6 @@
 #include <tuple>
 #include <utility>
 
-#include "service/StatisticsProtocol.h"
-
 namespace tovi::ctl {
 
 void TopModel::take(const SampleOutcome& outcome) {
@@ -33,19 +31,18 @@ void TopModel::apply(TopAction action) {
   }
 }
 
-std::optional<double> TopModel::rate(const std::string& counter) const {
+std::optional<double> TopModel::rate(Counters::Count Counters::*counter) const {
   if (!previous_) return std::nullopt;
   const std::chrono::duration<double> seconds = sample_->time - previous_->time;
-  const auto now = countOf(sample_->counters, counter);
-  const auto before = countOf(previous_->counters, counter);
-  const bool isNewDaemon = countOf(sample_->counters, statistics::kUptimeSeconds) <
-                           countOf(previous_->counters, statistics::kUptimeSeconds);
+  const auto now = sample_->counters.*counter;
+  const auto before = previous_->counters.*counter;
+  const bool isNewDaemon = sample_->counters.uptimeSeconds < previous_->counters.uptimeSeconds;
   if (isNewDaemon || !now || !before || *now < *before) return std::nullopt;
   return static_cast<double>(*now - *before) / seconds.count();
 }
 
-static const std::vector<ActivityEntry>& entriesOf(const Activity& activity, TopPanel panel) {
-  static const std::vector<ActivityEntry> none;
+static const std::vector<Activity::Entry>& entriesOf(const Activity& activity, TopPanel panel) {
+  static const std::vector<Activity::Entry> none;
   switch (panel) {
     case TopPanel::Names:
       return activity.names;
@@ -61,13 +58,13 @@ static const std::vector<ActivityEntry>& entriesOf(const Activity& activity, Top
   return none;
 }
 
-std::vector<ActivityEntry> TopModel::entries(TopPanel panel) const {
+std::vector<Activity::Entry> TopModel::entries(TopPanel panel) const {
   if (!sample_) return {};
   auto entries = entriesOf(sample_->activity, panel);
-  const auto key = [this](const ActivityEntry& entry) {
+  const auto key = [this](const Activity::Entry& entry) {
     const auto count = order_ == TopOrder::ByCount ? -entry.count : 0;
-    return std::make_tuple(count, std::string_view(entry.name),
-                           std::string_view(entry.responseCode));
+    using Key = std::tuple<std::int64_t, const std::string&, const std::optional<std::string>&>;
+    return Key(count, entry.name, entry.responseCode);
   };
   std::sort(entries.begin(), entries.end(),
             [&](const auto& one, const auto& other) { return key(one) < key(other); });

@@ -35,9 +35,9 @@ class TopModel {
 
   /// How often a second the counter grew between the last two looks. None before the second, and
   /// when the daemon was started anew in between.
-  std::optional<double> rate(const std::string& counter) const;
+  std::optional<double> rate(Counters::Count Counters::*counter) const;
   /// The entries of one panel in the chosen order; none for `TopPanel::All`.
-  std::vector<ActivityEntry> entries(TopPanel panel) const;
+  std::vector<Activity::Entry> entries(TopPanel panel) const;
 
  private:
   std::optional<Sample> sample_;

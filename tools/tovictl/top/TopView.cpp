@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdio>
 
-#include "service/StatisticsProtocol.h"
 #include "toolkit/Figures.h"
 #include "toolkit/ShownText.h"
 #include "tovictl/CounterSections.h"
@@ -63,9 +62,7 @@ void addFigure(Line& line, const std::string& name, const std::string& value, To
 }
 
 /// The same with a counter, in `whenMany` if it is more than 0.
-void addCounter(Line& line, const std::string& name, const Counters& counters, const char* key,
-                Tone whenMany) {
-  const auto count = countOf(counters, key);
+void addCounter(Line& line, const std::string& name, const Counters::Count& count, Tone whenMany) {
   addFigure(line, name, count ? numberText(*count) : "-",
             count.value_or(0) > 0 ? whenMany : Tone::Plain);
 }
@@ -82,31 +79,31 @@ Line trafficLine(const Activity& activity) {
 
 Line rateLine(const TopModel& model) {
   Line line;
-  addFigure(line, "Per second: queries", rateText(model.rate(statistics::kLookups)), Tone::Plain);
-  addFigure(line, "packets", rateText(model.rate(statistics::kPacketsCaptured)), Tone::Plain);
-  addFigure(line, "events", rateText(model.rate(statistics::kEvents)), Tone::Plain);
+  addFigure(line, "Per second: queries", rateText(model.rate(&Counters::lookups)), Tone::Plain);
+  addFigure(line, "packets", rateText(model.rate(&Counters::packetsCaptured)), Tone::Plain);
+  addFigure(line, "events", rateText(model.rate(&Counters::events)), Tone::Plain);
   return line;
 }
 
 Line lossLine(const Counters& counters) {
   Line line;
-  addCounter(line, "Lost: packets", counters, statistics::kPacketsDroppedByKernel, Tone::Bad);
-  addCounter(line, "batches", counters, statistics::kBatchesDropped, Tone::Bad);
-  addCounter(line, "unreadable batches", counters, statistics::kBatchesUnreadable, Tone::Bad);
-  addCounter(line, "Undecodable", counters, statistics::kPacketsUndecodable, Tone::Warning);
+  addCounter(line, "Lost: packets", counters.packetsDroppedByKernel, Tone::Bad);
+  addCounter(line, "batches", counters.batchesDropped, Tone::Bad);
+  addCounter(line, "unreadable batches", counters.batchesUnreadable, Tone::Bad);
+  addCounter(line, "Undecodable", counters.packetsUndecodable, Tone::Warning);
   return line;
 }
 
 Line shareLine(const Counters& counters) {
-  const auto share = [&](const char* part, const char* whole) {
-    const auto text = shareText(countOf(counters, part), countOf(counters, whole));
+  const auto share = [](const Counters::Count& part, const Counters::Count& whole) {
+    const auto text = shareText(part, whole);
     return text.empty() ? "-" : text;
   };
   Line line;
-  addCounter(line, "Batches waiting", counters, statistics::kBatchesWaiting, Tone::Plain);
-  addFigure(line, "Repeated", share(statistics::kEventsRepeated, statistics::kEvents), Tone::Plain);
-  addFigure(line, "Without process",
-            share(statistics::kLookupsWithoutProcess, statistics::kLookups), Tone::Plain);
+  addCounter(line, "Batches waiting", counters.batchesWaiting, Tone::Plain);
+  addFigure(line, "Repeated", share(counters.eventsRepeated, counters.events), Tone::Plain);
+  addFigure(line, "Without process", share(counters.lookupsWithoutProcess, counters.lookups),
+            Tone::Plain);
   return line;
 }
 
@@ -155,14 +152,14 @@ Line TopView::notice() const {
     return {{"No answer for " + std::to_string(silence) + " s; does the daemon hang?", Tone::Bad}};
   }
   const auto& sample = model_.sample();
-  if (!sample || countOf(sample->counters, statistics::kPacketsCaptured) != 0) return {};
+  if (!sample || sample->counters.packetsCaptured != 0) return {};
   return {{"Nothing was captured yet. Is the agent active? See: tovictl state", Tone::Warning}};
 }
 
 Line TopView::title() const {
   Line line = {{"ToviDaemon", Tone::Heading}};
   if (const auto& sample = model_.sample()) {
-    const auto uptime = countOf(sample->counters, statistics::kUptimeSeconds).value_or(0);
+    const auto uptime = sample->counters.uptimeSeconds.value_or(0);
     line.push_back({"  up " + durationText(std::chrono::seconds(uptime))});
   }
   if (model_.isPaused()) line.push_back({"  PAUSED", Tone::Warning});
@@ -242,7 +239,7 @@ std::vector<Line> TopView::panel(TopPanel panel, std::size_t rows, std::size_t c
   return lines;
 }
 
-Line TopView::entryLine(TopPanel panel, const ActivityEntry& entry, std::size_t columns) const {
+Line TopView::entryLine(TopPanel panel, const Activity::Entry& entry, std::size_t columns) const {
   Line line = {{rightAligned(numberText(entry.count), kCountColumns)}};
   if (columns >= kRoomForShares) {
     const auto share = shareText(entry.count, wholeOf(panel, model_.sample()->activity));
@@ -250,7 +247,8 @@ Line TopView::entryLine(TopPanel panel, const ActivityEntry& entry, std::size_t 
   }
   line.push_back({"  "});
   if (panel == TopPanel::Failures) {
-    line.push_back({padded(shownText(entry.responseCode), kCodeColumns) + " ", Tone::Warning});
+    line.push_back(
+        {padded(shownText(entry.responseCode.value_or("")), kCodeColumns) + " ", Tone::Warning});
   }
   line.push_back({shownText(entry.name)});
   return line;

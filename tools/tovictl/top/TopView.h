@@ -33,7 +33,7 @@ class TopView {
   std::vector<Line> besideEachOther(const TopPanel* first, const TopPanel* end, std::size_t rows,
                                     std::size_t columns) const;
   std::vector<Line> panel(TopPanel panel, std::size_t rows, std::size_t columns) const;
-  Line entryLine(TopPanel panel, const ActivityEntry& entry, std::size_t columns) const;
+  Line entryLine(TopPanel panel, const Activity::Entry& entry, std::size_t columns) const;
   Line footer() const;
 
   const TopModel& model_;
