@@ -45,7 +45,8 @@ const FrameCase kFramesWithQuery[] = {
               queryDatagram(),
           0)}};
 
-const FrameCase kMalformedFrames[] = {
+// Malformed ones are abandoned, foreign ones ignored.
+const FrameCase kFramesWithoutQuery[] = {
     {"unknown link", 147, kIp, {Undecodable::linkType}},
     {"cut link header", 1, ethernet("").substr(1), {Undecodable::linkHeader}},
     {"IP version 5", 101, "\x55" + kIp.substr(1), {Undecodable::ipHeader}},
@@ -65,9 +66,7 @@ const FrameCase kMalformedFrames[] = {
      229,
      ipv6("\x11\x09"s + std::string(6, '\0'), 60),
      {Undecodable::ipHeader}},
-    {"pppoe version", 51, "\x21" + kPppoe.substr(1), {Undecodable::linkHeader}}};
-
-const FrameCase kIgnoredFrames[] = {
+    {"pppoe version", 51, "\x21" + kPppoe.substr(1), {Undecodable::linkHeader}},
     {"ARP", 1, ethernet(std::string(28, '\0'), 0x0806)},
     {"other ports", 101, ipv4(udp("no message", 5353, 5353))},
     {"later fragment", 101, ipv4(queryDatagram(), 17, 3)},
@@ -89,14 +88,12 @@ TEST(FrameDecoderTest, EachKindOfFrameGivesItsQuery) {
 }
 
 TEST(FrameDecoderTest, MalformedFrameIsAbandonedAndAForeignOneIgnored) {
-  const auto expectNothingOf = [](const FrameCase& frameCase) {
+  for (const auto& [name, type, frame, abandoned] : kFramesWithoutQuery) {
     HandlerRecorder recorder;
-    recorder.give(frameCase.linkType, frameCase.frame);
-    EXPECT_TRUE(recorder.texts.empty()) << frameCase.name;
-    EXPECT_EQ(recorder.abandoned, frameCase.abandoned) << frameCase.name;
-  };
-  for (const auto& frameCase : kMalformedFrames) expectNothingOf(frameCase);
-  for (const auto& frameCase : kIgnoredFrames) expectNothingOf(frameCase);
+    recorder.give(type, frame);
+    EXPECT_TRUE(recorder.texts.empty()) << name;
+    EXPECT_EQ(recorder.abandoned, abandoned) << name;
+  }
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 #include <arpa/inet.h>
-#include <atomic>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <sched.h>
+#include <semaphore>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -19,27 +17,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Whether a query has been captured.
-class Arrival : public MessageReceivedProtocol {
- public:
-  void feed(std::string_view) override {
-    std::lock_guard lock(mutex_);
-    arrived_ = true;
-    changed_.notify_all();
-  }
-  void reset() {
-    std::lock_guard lock(mutex_);
-    arrived_ = false;
-  }
-  bool within(std::chrono::milliseconds time) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, time, [this] { return arrived_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool arrived_ = false;
+/// Released by each query that is captured.
+struct Arrival : MessageReceivedProtocol {
+  void feed(std::string_view) override { queries.release(); }
+  std::counting_semaphore<> queries{0};
 };
 
 void run(const char* command) {
@@ -82,12 +63,13 @@ class WatchedCapture {
 
   /// Asks until a query is captured; false after 20 seconds.
   bool comesToSeeQueries() {
-    arrival_.reset();
+    while (arrival_.queries.try_acquire()) continue;
     const auto deadline = std::chrono::steady_clock::now() + 20s;
     do {
       sendQuery();
-    } while (!arrival_.within(20ms) && std::chrono::steady_clock::now() < deadline);
-    return arrival_.within(0ms);
+      if (arrival_.queries.try_acquire_for(20ms)) return true;
+    } while (std::chrono::steady_clock::now() < deadline);
+    return false;
   }
 
  private:

@@ -54,7 +54,7 @@ struct Directory : UserInfoProtocol {
   std::optional<std::string> text;
 };
 
-TEST(UserInfoBuilder, FullNameStandsOnTheSecondLine) {
+TEST(UserInfoBuilder, FullNameOfWhoIsLoggedInStandsOnTheSecondLine) {
   const std::pair<std::optional<std::string>, const char*> cases[] = {
       {"RealName:\n Alice Example", "Alice Example"},
       {"\nRealName:\n\n Alice Example \n", "Alice Example"},
@@ -68,10 +68,6 @@ TEST(UserInfoBuilder, FullNameStandsOnTheSecondLine) {
     EXPECT_EQ(UserInfoBuilder(directory).loggedUsers(),
               (std::vector<User>{{"alice", fullName, std::nullopt}}));
   }
-}
-
-TEST(UserInfoBuilder, NobodyLoggedInGivesNobody) {
-  Directory directory;
   directory.name.reset();
   EXPECT_TRUE(UserInfoBuilder(directory).loggedUsers().empty());
 }

@@ -33,6 +33,12 @@ class Packer : public Pipeline {
     packer_.closeBatchIfDue();
     return store_.texts.size();
   }
+  std::string namesAtTheEnd() {
+    batchesAfter(50);
+    std::string names;
+    for (const auto& text : store_.texts) names += namesIn(text);
+    return names;
+  }
 
   CollectingStore store_;
   NameRefusingFilter filter_;
@@ -80,10 +86,7 @@ TEST_F(Packer, ClockJumpsLoseNothingAndHoldBackOnlyWhatIsNoFullBatch) {
     EXPECT_GE(store_.texts.size(), before + 3);
     clock_.advance(std::abs(jump));
   }
-  batchesAfter(50);
-  std::string names;
-  for (const auto& text : store_.texts) names += namesIn(text);
-  EXPECT_EQ(names.size(), 2 * 5 * 43u);
+  EXPECT_EQ(namesAtTheEnd().size(), 2 * 5 * 43u);
 }
 
 TEST_F(Packer, EndStoresTheOpenBatch) {
@@ -119,10 +122,7 @@ TEST_F(Packer, EventsOfSeveralThreadsAreAllPacked) {
   std::vector<std::jthread> threads;
   for (int i = 0; i < 4; ++i) threads.emplace_back([this] { add(50); });
   threads.clear();
-  batchesAfter(50);
-  std::string names;
-  for (const auto& text : store_.texts) names += namesIn(text);
-  EXPECT_EQ(names.size(), 2 * 200u);
+  EXPECT_EQ(namesAtTheEnd().size(), 2 * 200u);
 }
 
 }  // namespace
