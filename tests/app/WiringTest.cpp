@@ -1,21 +1,11 @@
-#include <arpa/inet.h>
-#include <atomic>
 #include <cstdlib>
-#include <future>
 #include <sched.h>
-#include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "app/DaemonBuilder.h"
-#include "core/PropertyList.h"
-#include "platform/ServiceBus.h"
-#include "tests/capture/FrameBuilder.h"
-#include "tests/support/PrivateBus.h"
-#include "tests/support/TestSupport.h"
+#include "tests/app/AgentFixture.h"
+#include "tests/support/LoopThread.h"
 
 // The whole daemon in this process and in a network of its own. What its components do with their
 // settings is their tests' matter; here each setting has to reach its reader, and each callback its
@@ -23,70 +13,14 @@
 namespace tovi::test {
 namespace {
 
-using namespace std::chrono_literals;
-using platform::ServiceType;
-using OptionalText = std::optional<std::string>;
-using Texts = std::map<std::string, std::string>;
-using Dictionary = platform::ServiceValue::Dictionary;
-
-constexpr const char* kService = "io.tovi.Wired";
-
-/// The daemon on a thread of its own, from construction to destruction.
-class RunningDaemon {
- public:
-  RunningDaemon(const std::filesystem::path& resources, const std::filesystem::path& state)
-      : thread_([this, resources, state] { run(resources, state); }) {
-    up_.get_future().get();
-  }
-  ~RunningDaemon() {
-    ending_ = true;
-    thread_.join();
-  }
-
- private:
-  void run(const std::filesystem::path& resources, const std::filesystem::path& state) {
-    platform::MainLoop loop;
-    const Bundle bundle(resources);
-    DaemonBuilder builder(loop, bundle, state);
-    builder.start();
-    const auto watch = loop.repeat(10ms, [&] {
-      if (ending_) loop.quit();
-    });
-    up_.set_value();
-    loop.run();
-  }
-
-  std::promise<void> up_;
-  std::atomic<bool> ending_ = false;
-  std::thread thread_;
-};
-
 bool run(const char* command) {
   return std::system(command) == 0;
 }
 
-bool eventually(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + 20s;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(10ms);
-  }
-  return true;
-}
-
-sockaddr_in at(const char* address, std::uint16_t port) {
-  sockaddr_in name = {AF_INET, htons(port), {}, {}};
-  inet_pton(AF_INET, address, &name.sin_addr);
-  return name;
-}
-
 void send(const char* from, std::uint16_t fromPort, const char* to, std::uint16_t toPort,
           const std::string& message) {
-  const int sending = socket(AF_INET, SOCK_DGRAM, 0);
-  const auto source = at(from, fromPort), target = at(to, toPort);
-  EXPECT_EQ(bind(sending, reinterpret_cast<const sockaddr*>(&source), sizeof source), 0);
-  sendto(sending, message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&target),
-         sizeof target);
+  const int sending = boundSocket(at(from, fromPort));
+  sendFrom(sending, message, at(to, toPort));
   close(sending);
 }
 
@@ -100,12 +34,13 @@ void exchange(unsigned id, const std::string& name) {
        dnsMessage(id, 0x8180, {question(name)}, {record(1, "\xC0\0\2\1"s)}));
 }
 
-class Wiring : public testing::Test {
+class Wiring : public AgentFixture {
  protected:
+  Wiring() : AgentFixture("io.tovi.Wired") {}
   void SetUp() override {
     std::filesystem::create_directory(resources_);
     writePropertyList(resources_ / "Info.plist", {{"CFBundleIdentifier", {"io.tovi.test"}},
-                                                  {"MachServiceName", {kService}},
+                                                  {"MachServiceName", {service_}},
                                                   {"ToviCollectorHost", {"collector.example"}}});
   }
 
@@ -118,36 +53,21 @@ class Wiring : public testing::Test {
     std::thread([&] {
       isAllowed = unshare(CLONE_NEWNET) == 0 && run("ip link set lo up");
       if (!isAllowed) return;
-      const RunningDaemon daemon(resources_, directory_.path());
+      const Bundle bundle(resources_);
+      const LoopThread daemon([&](platform::MainLoop& loop) {
+        auto builder = std::make_unique<DaemonBuilder>(loop, bundle, directory_.path());
+        builder->start();
+        return builder;
+      });
       enroll();
       test();
     }).join();
     if (!isAllowed) GTEST_SKIP() << "no right to a network of its own";
   }
 
-  template <typename Result>
-  Result call(const char* interface, const char* method, const platform::ServiceParameters& given,
-              const std::vector<ServiceType>& results) {
-    platform::ServiceClient client(kService, "/io/tovi/ToviAgentXPC");
-    return std::get<Result>(client.call(interface, method, given, results)[0]);
-  }
-  template <typename Result>
-  Result call(const char* method, const platform::ServiceParameters& given, ServiceType result) {
-    return call<Result>("io.tovi.ToviAgentXPCProtocol", method, given, {result});
-  }
-  void enroll() {
-    EXPECT_EQ(call<std::string>("SetActivationData", {std::string(R"({"uuid":"a","key":"b"})")},
-                                ServiceType::Text),
-              "active");
-  }
-  OptionalText report(const std::string& id, const std::string& state) {
-    return call<OptionalText>("SetMessageDeliveryState", {id, state, OptionalText()},
-                              ServiceType::OptionalText);
-  }
   OptionalText status(bool force) {
-    return call<OptionalText>("GetStatusEvent", {force}, ServiceType::OptionalText);
+    return call<OptionalText>("GetStatusEvent", {force}, {ServiceType::OptionalText});
   }
-  Texts batches() { return call<Texts>("GetDNSMessages", {}, ServiceType::TextMap); }
   /// The batch with an event about `name`, once it is handed out; empty after 20 seconds.
   std::string batchWith(const std::string& name) {
     std::string found;
@@ -160,14 +80,9 @@ class Wiring : public testing::Test {
     return found;
   }
   std::int64_t count(const char* counter) {
-    const auto counters =
-        call<Dictionary>("io.tovi.ToviStatistics", "GetCounters", {}, {ServiceType::Settings});
-    return std::get<std::int64_t>(counters.at(counter).value);
+    return std::get<std::int64_t>(statistics("GetCounters").at(counter).value);
   }
 
-  TemporaryDirectory directory_;
-  const std::filesystem::path resources_ = directory_ / "resources";
-  PrivateBus bus_;
   LogRecorder log_;
 };
 
@@ -182,12 +97,27 @@ TEST_F(Wiring, TheTimerClosesWhatNoFurtherEventWould) {
              });
 }
 
-TEST_F(Wiring, TheCollectorsOwnNameIsNoEvent) {
+TEST_F(Wiring, EachStepIsCountedAndTheCollectorsOwnNameIsNoEvent) {
   withDaemon({}, kOneEventABatch, [&] {
     exchange(1, "collector.example");
     exchange(2, "www.example");
     EXPECT_NE(batchWith("www.example"), "");
-    EXPECT_EQ(count("events"), 1);
+    const std::pair<const char*, std::int64_t> counts[] = {
+        {"packets_captured", 4}, {"packets_undecodable", 0}, {"messages", 4},
+        {"lookups", 2},          {"messages_refused", 2},    {"events", 1},
+        {"batches_stored", 1},   {"batches_waiting", 1},     {"batches_dropped", 0}};
+    for (const auto& [counter, expected] : counts) EXPECT_EQ(count(counter), expected) << counter;
+    EXPECT_EQ(count("processes_found_by_kernel") + count("processes_found_by_search") +
+                  count("lookups_without_process"),
+              count("lookups"));
+    const auto lookup = statistics("GetCounters").at("process_lookup").value;
+    EXPECT_TRUE(std::get<std::string>(lookup).starts_with(
+        count("processes_found_by_kernel") > 0 ? "kernel" : "search"));
+    const auto entry = [](const char* name) {
+      return platform::ServiceValue{Dictionary{{"count", {std::int64_t{1}}}, {"name", {name}}}};
+    };
+    EXPECT_EQ(std::get<platform::ServiceValue::Array>(statistics("GetActivity").at("names").value),
+              (platform::ServiceValue::Array{entry("collector.example"), entry("www.example")}));
   });
 }
 
@@ -222,23 +152,18 @@ TEST_F(Wiring, CachesHaveTheirSizes) {
       });
 }
 
-TEST_F(Wiring, AHandOverThatIsNotReportedTimesOut) {
-  withDaemon({{"delivered_timeout_sec", {0.0}}}, kOneEventABatch, [&] {
-    exchange(1, "www.example");
-    EXPECT_NE(batchWith("www.example"), "");
-    EXPECT_EQ(batches().size(), 1U);
-  });
-}
-
-TEST_F(Wiring, FailuresHoldHandOversBack) {
+TEST_F(Wiring, AHandOverTimesOutAndFailuresHoldTheNextBack) {
   for (const double wait : {0.0, 1e6}) {
-    withDaemon(
-        {{"timeout_server_fails_sec", {wait}}, {"timeout_receiving_server_fails_sec", {0.0}}},
-        kOneEventABatch, [&] {
-          exchange(1, "www.example");
-          report(batchWith("www.example"), "Nok");
-          EXPECT_EQ(batches().size(), wait > 0 ? 0U : 1U);
-        });
+    withDaemon({{"delivered_timeout_sec", {0.0}},
+                {"timeout_server_fails_sec", {wait}},
+                {"timeout_receiving_server_fails_sec", {0.0}}},
+               kOneEventABatch, [&] {
+                 exchange(1, "www.example");
+                 const auto batch = batchWith("www.example");
+                 EXPECT_EQ(batches().size(), 1U);
+                 report(batch, "Nok");
+                 EXPECT_EQ(batches().size(), wait > 0 ? 0U : 1U);
+               });
     std::filesystem::remove_all(directory_ / "store");
   }
 }
@@ -264,12 +189,20 @@ TEST_F(Wiring, TheStatusFollowsItsSettings) {
              });
 }
 
-TEST_F(Wiring, EntriesOfSettingsThatNobodyReadsAreLogged) {
-  withDaemon({{"removal_memory_sise", {std::int64_t{1}}}, {"sparkle_channel", {"beta"}}}, {}, [&] {
-    const auto settings = call<Dictionary>("GetAgentSettings", {}, ServiceType::Settings);
-    EXPECT_NE(std::get<std::string>(settings.at("SUFeedURL").value).find("/beta/"),
-              std::string::npos);
-  });
+TEST_F(Wiring, SettingsAreTheSeedTheFeedAndTheDeploymentsAndUnknownOnesAreLogged) {
+  withDaemon({{"removal_memory_sise", {std::int64_t{7}}},
+              {"dns_message_version", {"overruled"}},
+              {"sparkle_channel", {"beta"}}},
+             {}, [&] {
+               auto told = settings();
+               const auto feed = told.extract("SUFeedURL");
+               EXPECT_NE(std::get<std::string>(feed.mapped().value).find("/beta/"),
+                         std::string::npos);
+               EXPECT_EQ(told, (Dictionary{{"dns_message_version", {"1.0.0.0"}},
+                                           {"status_message_version", {"1.0.0.0"}},
+                                           {"removal_memory_sise", {std::int64_t{7}}},
+                                           {"sparkle_channel", {"beta"}}}));
+             });
   EXPECT_EQ(log_.count("Settings.plist: removal_memory_sise is no setting of the daemon"), 1);
 }
 

@@ -25,13 +25,4 @@ TEST(Bundle, TellsTheTextsOfItsInformation) {
   }
 }
 
-TEST(Bundle, AResourceThatCannotBeLookedForIsNotCalledMissing) {
-  const test::TemporaryDirectory directory;
-  // A chain of links that never ends stands for a directory that may not be searched, which root
-  // may search.
-  std::filesystem::create_symlink("loop", directory / "loop");
-  EXPECT_THROW(Bundle(directory / "loop").resource("Settings", "plist"), std::system_error);
-  EXPECT_EQ(Bundle(directory / "none").resource("Settings", "plist"), std::nullopt);
-}
-
 }  // namespace tovi

@@ -56,9 +56,7 @@ TEST_F(Agent, EnrollmentIsKeptAndStartsCapture) {
 }
 
 TEST_F(Agent, DataThatIsNoEnrollmentIsRefusedAndNotLogged) {
-  const std::string cases[] = {"",
-                               "secret",
-                               R"({"uuid":"secret)",
+  const std::string cases[] = {R"({"uuid":"secret)",
                                R"({"uuid":"secret"})",
                                R"(["secret"])",
                                R"({"uuid":7,"key":"secret"})",

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
-#include <future>
-#include <thread>
 
 #include "core/SettingsHandler.h"
 #include "service/ToviAgentXPC.h"
+#include "tests/support/LoopThread.h"
 
 namespace tovi::test {
 
@@ -50,29 +48,13 @@ struct PlainDaemon : ToviAgentProtocol, GetStatusMessageProtocol, GetStatisticsP
 class RunningService {
  public:
   explicit RunningService(PlainDaemon& daemon, PropertyDictionary settings = {})
-      : thread_([this, &daemon, settings] { run(daemon, settings); }) {
-    up_.get_future().get();
-  }
-  ~RunningService() {
-    ending_ = true;
-    thread_.join();
-  }
+      : settings_(std::move(settings)), thread_([this, &daemon](platform::MainLoop& loop) {
+          return ToviAgentXPC(loop, daemon, daemon, "io.tovi.ToviAgentXPC", settings_, daemon);
+        }) {}
 
  private:
-  void run(PlainDaemon& daemon, const PropertyDictionary& settings) {
-    platform::MainLoop loop;
-    const SettingsHandler handler(settings);
-    const ToviAgentXPC service(loop, daemon, daemon, "io.tovi.ToviAgentXPC", handler, daemon);
-    const auto watch = loop.repeat(std::chrono::milliseconds(10), [&] {
-      if (ending_) loop.quit();
-    });
-    up_.set_value();
-    loop.run();
-  }
-
-  std::promise<void> up_;
-  std::atomic<bool> ending_ = false;
-  std::thread thread_;
+  const SettingsHandler settings_;
+  LoopThread thread_;
 };
 
 }  // namespace tovi::test

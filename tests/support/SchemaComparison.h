@@ -11,6 +11,11 @@
 
 namespace tovi::test {
 
+template <typename Value>
+concept Optional = requires(const Value& value) {
+  *value;
+};
+
 /// Compares the lists of members of records with a JSON Schema: names and their order, which of
 /// them are required, and the type of each, down to the last record. Each difference is a failure.
 class SchemaComparison {
@@ -28,7 +33,7 @@ class SchemaComparison {
     forEachMember(record, [&](const auto& key, const auto& value) {
       SCOPED_TRACE(key.name());
       names.push_back(key.name());
-      if (isRequired(value)) required.insert(key.name());
+      if (!Optional<decltype(value)>) required.insert(key.name());
       compareMember(value, object.at("properties").value(key.name(), Json::object()));
     });
     EXPECT_EQ(names, namesOf(object.at("properties")));
@@ -38,19 +43,6 @@ class SchemaComparison {
   }
 
  private:
-  template <typename Value>
-  static bool isRequired(const Value&) {
-    return true;
-  }
-  template <typename Value>
-  static bool isRequired(const std::optional<Value>&) {
-    return false;
-  }
-  template <typename Value>
-  static bool isRequired(const std::shared_ptr<Value>&) {
-    return false;
-  }
-
   static std::vector<std::string> namesOf(const Json& properties) {
     std::vector<std::string> names;
     for (const auto& [name, schema] : properties.items()) names.push_back(name);
@@ -75,13 +67,9 @@ class SchemaComparison {
   void compareMember(const Record& record, const Json& schema) {
     compare(record, schema);
   }
-  template <typename Value>
-  void compareMember(const std::optional<Value>&, const Json& schema) {
-    compareMember(Value(), schema);
-  }
-  template <typename Value>
-  void compareMember(const std::shared_ptr<const Value>&, const Json& schema) {
-    compareMember(Value(), schema);
+  template <Optional Value>
+  void compareMember(const Value& value, const Json& schema) {
+    compareMember(std::remove_cvref_t<decltype(*value)>(), schema);
   }
   template <typename Element>
   void compareMember(const std::vector<Element>&, const Json& schema) {
