@@ -20,6 +20,7 @@ TEST_F(Store, SurvivesARestartAndIsClosedToOthers) {
   EXPECT_EQ(withMessage(openStore()).persistentContainer().text("PRAGMA synchronous"), "2");
   openStore().persistentContainer().execute(
       "PRAGMA journal_mode=DELETE; PRAGMA page_size=4096; VACUUM");
+  std::filesystem::permissions(path_, std::filesystem::perms::all);
   EXPECT_EQ(openStore().persistentContainer().text("PRAGMA page_size"), "4096");
   EXPECT_EQ(count(withMessage(openStore())), "2");
   EXPECT_EQ(std::filesystem::status(path_).permissions(), std::filesystem::perms::owner_all);
