@@ -91,8 +91,13 @@ void attach(const Options& options) {
   programs.attach(root);
   SenderDirectory directory(options.directory);
   directory.prepare(group);
-  programs.pin(options.directory);
-  directory.open(group);
+  try {
+    programs.pin(options.directory);
+    directory.open(group);
+  } catch (...) {
+    directory.remove();
+    throw;
+  }
   std::cout << "tovi-attach: senders of DNS queries are noted in " << options.directory
             << (programs.seeEveryCall() ? " at each call that sends\n"
                                         : " at each call that names the address\n");

@@ -74,6 +74,19 @@ SenderPrograms::Object SenderPrograms::load(bool seeEveryCall) {
 }
 
 void SenderPrograms::attach(const std::filesystem::path& controlGroup) {
+  try {
+    attachAll(controlGroup);
+  } catch (const std::system_error&) {
+    links_.clear();
+    if (!seeEveryCall_) throw;
+    seeEveryCall_ = false;
+    object_ = load(false);
+    attachAll(controlGroup);
+  }
+  enterSockets();
+}
+
+void SenderPrograms::attachAll(const std::filesystem::path& controlGroup) {
   const FileDescriptor group(
       checkCall(open(controlGroup.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), controlGroup));
   bpf_program* program = nullptr;
@@ -84,7 +97,6 @@ void SenderPrograms::attach(const std::filesystem::path& controlGroup) {
                                          : bpf_program__attach(program),
                                      bpf_program__name(program)));
   }
-  enterSockets();
 }
 
 void SenderPrograms::enterSockets() {

@@ -22,7 +22,8 @@ class SenderPrograms {
   bool seeEveryCall() const { return seeEveryCall_; }
 
   /// Notes what processes of this control group (v2) and those below it send, and enters the
-  /// sockets that are connected already. Throws std::system_error.
+  /// sockets that are connected already. Some kernels load what they then cannot attach; that
+  /// variant is given up, too. Throws std::system_error.
   void attach(const std::filesystem::path& controlGroup);
   /// Pins what was attached, and the maps, in a directory of a BPF file system. Throws
   /// std::system_error.
@@ -36,6 +37,7 @@ class SenderPrograms {
   using Object = std::unique_ptr<bpf_object, Close>;
 
   static Object load(bool seeEveryCall);
+  void attachAll(const std::filesystem::path& controlGroup);
   void enterSockets();
 
   bool seeEveryCall_ = true;
