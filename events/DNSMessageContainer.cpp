@@ -1,5 +1,6 @@
 #include "events/DNSMessageContainer.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace tovi {
@@ -29,10 +30,9 @@ void DNSMessageContainer::set(Exchange* exchange, const ExchangePacket& packet,
   if (exchange == nullptr) forgetFailures(packet);
   const auto entry = added(exchange, packet);
   entry->setEvent(std::move(event));
-  pending_.splice(pending_.begin(), pending_, entry);
-  if (pending_.size() <= countLimit_) return;
-  forgetLast(pending_);
-  forgotten_.add();
+  // Failures, and responses that nobody asked for, must not displace what waits for its response.
+  pending_.splice(entry->answered() ? pending_.end() : pending_.begin(), pending_, entry);
+  if (pending_.size() > countLimit_) forget(find(pending_.back()));
 }
 
 void DNSMessageContainer::remove(Exchange* exchange, const ExchangePacket& packet) {
@@ -51,6 +51,7 @@ DNSMessageContainer::Exchanges::iterator DNSMessageContainer::added(Exchange* ex
 }
 
 DNSMessageContainer::Exchanges::iterator DNSMessageContainer::begun(const ExchangePacket& packet) {
+  makeRoomAmongAlike(Exchange::hash(packet.dns));
   const auto& exchange = pending_.emplace_front(packet);
   index_.emplace(exchange.hash(), pending_.begin());
   return pending_.begin();
@@ -60,6 +61,18 @@ DNSMessageContainer::Index::iterator DNSMessageContainer::find(const Exchange& e
   auto entry = index_.equal_range(exchange.hash()).first;
   while (&*entry->second != &exchange) ++entry;
   return entry;
+}
+
+// Whoever answers unasked could make as many as there are ports.
+void DNSMessageContainer::makeRoomAmongAlike(std::size_t hash) {
+  if (index_.count(hash) < kMostAlike) return;
+  const auto [begin, end] = index_.equal_range(hash);
+  forget(std::min_element(begin, end, [](const auto& one, const auto& other) {
+    const auto worth = [](const Exchange& exchange) {
+      return std::tuple(!exchange.isOver(), !exchange.answered(), exchange.sent());
+    };
+    return worth(*one.second) < worth(*other.second);
+  }));
 }
 
 /// An exchange that failed gives way to the next one about the same.
@@ -73,14 +86,17 @@ void DNSMessageContainer::forgetFailures(const ExchangePacket& packet) {
   }
 }
 
-void DNSMessageContainer::forgetLast(Exchanges& exchanges) {
-  index_.erase(find(exchanges.back()));
-  exchanges.pop_back();
+void DNSMessageContainer::forget(Index::iterator place) {
+  const auto entry = place->second;
+  const bool isPending = !entry->isOver();
+  index_.erase(place);
+  (isPending ? pending_ : over_).erase(entry);
+  if (isPending) forgotten_.add();
 }
 
 void DNSMessageContainer::forgetOver(std::chrono::microseconds now) {
-  while (over_.size() > kMostOver) forgetLast(over_);
-  while (now - *over_.back().answered() > Exchange::kAftermath) forgetLast(over_);
+  while (over_.size() > kMostOver) forget(find(over_.back()));
+  while (now - *over_.back().answered() > Exchange::kAftermath) forget(find(over_.back()));
 }
 
 }  // namespace tovi

@@ -9,12 +9,15 @@
 
 namespace tovi {
 
-/// Keeps a limited number of pending events; one too many drops the one that was set longest ago.
+/// Keeps a limited number of pending events; one too many drops one that failed, else the one that
+/// was set longest ago. Of one identifier and name, kMostAlike exchanges are kept at most.
 /// Exchanges that are over are known for Exchange::kAftermath, as far as they are not too many. One
 /// thread at a time; the tally from any.
 class DNSMessageContainer : public MessageContainerProtocol {
  public:
   static constexpr std::size_t kMostOver = 2048;
+  /// So many are looked through for each packet.
+  static constexpr std::size_t kMostAlike = 16;
 
   /// With a `countLimit` of 0 or less, every transaction identifier can have its event.
   explicit DNSMessageContainer(std::int64_t countLimit);
@@ -34,13 +37,14 @@ class DNSMessageContainer : public MessageContainerProtocol {
   Exchanges::iterator added(Exchange* exchange, const ExchangePacket& packet);
   Exchanges::iterator begun(const ExchangePacket& packet);
   Index::iterator find(const Exchange& exchange);
+  void makeRoomAmongAlike(std::size_t hash);
   void forgetFailures(const ExchangePacket& packet);
-  void forgetLast(Exchanges& exchanges);
+  void forget(Index::iterator place);
   void forgetOver(std::chrono::microseconds now);
 
   const std::size_t countLimit_;
   Tally forgotten_;
-  /// What was set last comes first.
+  /// What waits for a response comes first, of that what was set last.
   Exchanges pending_;
   Exchanges over_;
   /// Both, by Exchange::hash.

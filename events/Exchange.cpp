@@ -66,6 +66,7 @@ Exchange::Fit Exchange::fitOfQuery(const ExchangePacket& packet) const {
   }
   const bool bothKnown = pid_ && process;
   if (bothKnown && *pid_ != process->pid) return Fit::none;
+  if (!isWithin(seen.time, sent_, kAftermath)) return Fit::none;
   if (hasClient(seen.client)) return Fit::sameClient;
   if (bothKnown) return Fit::sameProcess;
   const bool isCrossing = seen.server == asked_.server && isWithin(seen.time, sent_, kCrossingTime);
@@ -114,7 +115,9 @@ void Exchange::addQuery(const ExchangePacket& packet) {
     pid_ = packet.process->pid;
     asked_ = seen;
   }
-  if (!hasClient(seen.client) && clients_.size() < kMostClients) clients_.push_back(seen.client);
+  if (hasClient(seen.client)) return;
+  if (clients_.size() == kMostClients) clients_.erase(clients_.begin());
+  clients_.push_back(seen.client);
 }
 
 }  // namespace tovi

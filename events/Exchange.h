@@ -19,7 +19,8 @@ class Exchange {
   /// A packet that is seen this much later with another address, and whose sender is not found, is
   /// another one: until then it is on its way through the machine's bridges and translations.
   static constexpr std::chrono::seconds kCrossingTime{1};
-  /// The same response, or one to the query when it was sent again, may come so much later.
+  /// The query may be sent again so much later, and the same response, or one to the query when it
+  /// was sent again, may come.
   static constexpr std::chrono::seconds kAftermath{30};
 
   /// Without the packet itself, which is to be added.

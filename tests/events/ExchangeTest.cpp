@@ -1,3 +1,4 @@
+#include <functional>
 #include <thread>
 
 #include "tests/events/BuilderFixture.h"
@@ -106,7 +107,6 @@ TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
   };
   for (const auto& [question, flow, earlier, left] : cases) {
     for (const int asker : {77, 0}) {
-      if (asker == 0 && flow == kApp) continue;
       Scene scene;
       scene.feed(earlier);
       const int begun = static_cast<int>(earlier.size());
@@ -184,6 +184,36 @@ TEST(Exchange, EachCourseMakesTheEventsOfItsAskers) {
     scene.feed(texts);
     scene.expect(askers);
   }
+}
+
+TEST(Exchange, FloodOfUnaskedResponsesDisplacesNoQueryThatWaits) {
+  const struct {
+    const char* outcome;
+    std::function<std::string(int)> unasked;
+  } cases[] = {
+      {"failures of any identifier", [](int at) { return failure({.id = 8 + at}); }},
+      {"failures of this identifier and name", [](int at) {
+         return failure({.flow = "192.168.1.20;" + std::to_string(50'000 + at) + ";9.9.9.9"});
+       }}};
+  for (const auto& [outcome, unasked] : cases) {
+    SCOPED_TRACE(outcome);
+    Scene scene;
+    scene.feed({query({.pid = 512})});
+    for (int at = 0; at < 300; ++at) scene.builder_.feed(unasked(at));
+    scene.feed({response({.milliseconds = 9})});
+    EXPECT_EQ(scene.askers(), (std::vector<Asker>{{512, 0}}));
+  }
+}
+
+TEST(Exchange, QueryAskedAgainFromManyPortsIsAnsweredAtTheLast) {
+  Scene scene;
+  Packet packet{.pid = 512};
+  for (int port = 50'000; port < 50'020; ++port) {
+    packet.flow = "192.168.1.20;" + std::to_string(port) + ";192.168.1.1";
+    scene.builder_.feed(query(packet));
+  }
+  scene.feed({response({.flow = packet.flow, .milliseconds = 9})});
+  scene.expect({{512, 0}});
 }
 
 TEST(Exchange, EventTellsServerPortTransportAndDuration) {
