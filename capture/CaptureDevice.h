@@ -31,6 +31,10 @@ class CaptureDevice {
   /// Returns once no frame can arrive any more; frames that wait are dropped.
   void stop();
 
+  /// Index of the interface that is captured, also while it is down; 0 once it is deleted. Any
+  /// thread.
+  unsigned interfaceIndex() const { return shortFrames_.interfaceIndex(); }
+
  private:
   void run();
   void wait(bool forFrames);

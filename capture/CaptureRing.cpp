@@ -70,6 +70,10 @@ CaptureRing::CaptureRing(const std::string& interfaceName, bool isLoopback, cons
 
 CaptureRing::~CaptureRing() = default;
 
+unsigned CaptureRing::interfaceIndex() const {
+  return platform::capturedInterface(pcap_fileno(pcap_.get()));
+}
+
 int CaptureRing::descriptor() const {
   return pcap_get_selectable_fd(pcap_.get());
 }

@@ -30,6 +30,9 @@ class CaptureRing {
   CaptureRing(const CaptureRing&) = delete;
   CaptureRing& operator=(const CaptureRing&) = delete;
 
+  /// Index of the interface that is captured, also while it is down; 0 once it is deleted. Any
+  /// thread.
+  unsigned interfaceIndex() const;
   /// Readable, for poll(2), while frames wait, and when reading would fail.
   int descriptor() const;
   /// Whether `descriptor` is readable now.

@@ -1,12 +1,24 @@
 #include "capture/InterfaceChecker.h"
 
+#include <net/if.h>
 #include <utility>
 
 namespace tovi {
 
+namespace {
+
+bool isDeleted(unsigned interfaceIndex) {
+  char name[IF_NAMESIZE];
+  return if_indextoname(interfaceIndex, name) == nullptr;
+}
+
+}  // namespace
+
 InterfaceChecker::InterfaceChecker(std::optional<std::string> bundleIdentifier,
-                                   std::function<void()> newAddress)
-    : bundleIdentifier_(std::move(bundleIdentifier)), newAddress_(std::move(newAddress)) {
+                                   IsUpToDate isUpToDate, std::function<void()> update)
+    : bundleIdentifier_(std::move(bundleIdentifier)),
+      isUpToDate_(std::move(isUpToDate)),
+      update_(std::move(update)) {
   uploadInterfacesList();
 }
 
@@ -31,13 +43,14 @@ void InterfaceChecker::uploadInterfacesList() {
   const bool listEmpty = interfacesList_.empty();
   const auto addresses = platform::interfaceAddresses();
   if (addresses.empty()) return;
-  bool shouldUpdateInterfaces = false;
+  bool shouldUpdateInterfaces = !listEmpty && !isUpToDate_(addresses);
   for (const auto& [name, index, address] : addresses) {
     shouldUpdateInterfaces |= std::exchange(interfacesList_[name + "-" + address], index) != index;
   }
+  std::erase_if(interfacesList_, [](const auto& seen) { return isDeleted(seen.second); });
   logger_.debug("uploadInterfacesList()", " listEmpty ", listEmpty, " shouldUpdateInterfaces ",
                 shouldUpdateInterfaces);
-  if (!listEmpty && shouldUpdateInterfaces) newAddress_();
+  if (!listEmpty && shouldUpdateInterfaces) update_();
 }
 
 }  // namespace tovi

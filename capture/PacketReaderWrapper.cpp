@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <cstdio>
 #include <net/if.h>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -12,7 +13,6 @@
 #include "capture/CaptureDevice.h"
 #include "capture/PacketHandler.h"
 #include "capture/RecordText.h"
-#include "platform/Network.h"
 
 namespace tovi {
 
@@ -53,6 +53,14 @@ std::vector<ListenInterface> getListenInterfaces() {
   return interfaces;
 }
 
+bool lists(const std::vector<ListenInterface>& interfaces, const std::string& name) {
+  return std::ranges::find(interfaces, name, &ListenInterface::name) != interfaces.end();
+}
+
+bool isIpv4(const std::string& addressText) {
+  return addressText.find(':') == std::string::npos;
+}
+
 void appendListed(std::string& list, const std::string& entry) {
   if (!list.empty() && !entry.empty()) list += recordtext::kListSeparator;
   list += entry;
@@ -67,11 +75,10 @@ std::string dnsServerList() {
 }
 
 /// Null when the interface cannot be captured, which is told on standard error.
-std::unique_ptr<CaptureDevice> openDevice(const ListenInterface& interface, FrameHandler handler,
-                                          Tally& dropped) {
+std::unique_ptr<CaptureDevice> openDevice(const std::string& interfaceName, bool isLoopback,
+                                          FrameHandler handler, Tally& dropped) {
   try {
-    return std::make_unique<CaptureDevice>(interface.name, interface.isLoopback, std::move(handler),
-                                           dropped);
+    return std::make_unique<CaptureDevice>(interfaceName, isLoopback, std::move(handler), dropped);
   } catch (const CaptureDeviceError& error) {
     print(stderr, error.what());
     return nullptr;
@@ -99,22 +106,58 @@ PacketReaderWrapper::~PacketReaderWrapper() {
 
 std::string PacketReaderWrapper::startPcapReader() {
   stopPcapReader();
+  return updateActiveInterfaces();
+}
+
+std::string PacketReaderWrapper::updateActiveInterfaces() {
+  const auto wanted = getListenInterfaces();
+  closeFrom(std::partition(captures_.begin(), captures_.end(), [&wanted](const Capture& each) {
+    return lists(wanted, each.interfaceName) &&
+           if_nametoindex(each.interfaceName.c_str()) == each.device->interfaceIndex();
+  }));
   const std::string dnsServers = dnsServerList();
   std::string result;
-  for (const ListenInterface& interface : getListenInterfaces()) {
-    const auto handler = makeHandler(interface.name);
-    auto device = openDevice(
-        interface,
-        [this, handler](const CapturedFrame& frame) {
-          tallies_.packets.add();
-          handler->onPacketArrives(frame);
-        },
-        tallies_.droppedByKernel);
-    if (!device) continue;
-    appendListed(result, dnsServers);
-    if (startDevice(*device)) captures_.push_back({handler, std::move(device)});
+  for (const auto& [name, isLoopback] : wanted) {
+    if (isCaptured(name) || open(name, isLoopback)) appendListed(result, dnsServers);
   }
   return result;
+}
+
+bool PacketReaderWrapper::isUpToDate(
+    const std::vector<platform::InterfaceAddress>& addresses) const {
+  std::set<unsigned> captured;
+  for (const Capture& capture : captures_) captured.insert(capture.device->interfaceIndex());
+  const auto isCovered = [&captured](const platform::InterfaceAddress& each) {
+    return !isIpv4(each.address) || captured.contains(each.interfaceIndex);
+  };
+  return !captured.contains(0) && std::ranges::all_of(addresses, isCovered);
+}
+
+bool PacketReaderWrapper::isCaptured(const std::string& interfaceName) const {
+  return std::ranges::find(captures_, interfaceName, &Capture::interfaceName) != captures_.end();
+}
+
+/// Whether capture of the interface could be tried; false when it cannot be opened.
+bool PacketReaderWrapper::open(const std::string& interfaceName, bool isLoopback) {
+  const auto handler = makeHandler(interfaceName);
+  auto device = openDevice(
+      interfaceName, isLoopback,
+      [this, handler](const CapturedFrame& frame) {
+        tallies_.packets.add();
+        handler->onPacketArrives(frame);
+      },
+      tallies_.droppedByKernel);
+  if (!device) return false;
+  if (startDevice(*device)) captures_.push_back({interfaceName, handler, std::move(device)});
+  return true;
+}
+
+void PacketReaderWrapper::closeFrom(std::vector<Capture>::iterator first) {
+  for (auto each = first; each != captures_.end(); ++each) {
+    each->device->stop();
+    each->handler->onCaptureEnds();
+  }
+  captures_.erase(first, captures_.end());
 }
 
 std::shared_ptr<PacketHandler> PacketReaderWrapper::makeHandler(const std::string& interfaceName) {
@@ -149,17 +192,8 @@ platform::QuerySender PacketReaderWrapper::lookUp(const platform::CapturedQuery&
 }
 
 std::string PacketReaderWrapper::stopPcapReader() {
-  for (auto& [handler, device] : captures_) {
-    device->stop();
-    handler->onCaptureEnds();
-  }
-  captures_.clear();
+  closeFrom(captures_.begin());
   return "Reader stopped";
-}
-
-std::string PacketReaderWrapper::updateActiveInterfaces() {
-  stopPcapReader();
-  return startPcapReader();
 }
 
 }  // namespace tovi

@@ -41,4 +41,8 @@ void PacketReceiver::updateInterfaces() {
   });
 }
 
+bool PacketReceiver::isUpToDate(const std::vector<platform::InterfaceAddress>& addresses) {
+  return serialQueue_.sync([&] { return !readerStarted_ || reader_.isUpToDate(addresses); });
+}
+
 }  // namespace tovi

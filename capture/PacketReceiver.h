@@ -10,9 +10,9 @@
 
 namespace tovi {
 
-/// The one owner of the capture wrapper: starts and stops it, restarts it when new addresses show
-/// up, and forwards every record text to the message builder. Start, stop and update may come from
-/// any thread and are carried out one at a time.
+/// The one owner of the capture wrapper: starts and stops it, has it follow the machine's
+/// interfaces, and forwards every record text to the message builder. Start, stop and update may
+/// come from any thread and are carried out one at a time.
 class PacketReceiver : public PacketReceiverProtocol {
  public:
   /// `processLookup` is called on the capture threads, for each query. `observer`, which may be
@@ -26,8 +26,11 @@ class PacketReceiver : public PacketReceiverProtocol {
 
   void startReader() override;
   void stopReader() override;
-  /// Restarts capture on the interfaces of this moment if capture is started, else does nothing.
+  /// Has capture go over to the interfaces of this moment if it is started, else does nothing.
   void updateInterfaces();
+  /// False when capture is started, but not on each interface of the IPv4 addresses, or still on
+  /// one that was deleted. Any thread.
+  bool isUpToDate(const std::vector<platform::InterfaceAddress>& addresses);
 
   /// Of all captures since construction. Any thread.
   const CaptureTallies& tallies() const { return reader_.tallies(); }

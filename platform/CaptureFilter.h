@@ -17,4 +17,8 @@ struct FilterInstruction {
 /// of the library that opened it. False with errno set when the kernel refuses. Any thread.
 bool replaceCaptureFilter(int descriptor, std::span<const FilterInstruction> program);
 
+/// Index of the interface whose packets the capture gets, also while it is down; 0 once that
+/// interface has left this network (packet(7)). Any thread.
+unsigned capturedInterface(int descriptor);
+
 }  // namespace tovi::platform

@@ -1,7 +1,12 @@
 #include <arpa/inet.h>
+#include <atomic>
+#include <condition_variable>
 #include <cstdlib>
+#include <functional>
+#include <map>
+#include <mutex>
 #include <sched.h>
-#include <semaphore>
+#include <set>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -17,41 +22,78 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Released by each query that is captured.
-struct Arrival : MessageReceivedProtocol {
-  void feed(std::string_view) override { queries.release(); }
-  std::counting_semaphore<> queries{0};
+/// An interface of the test, and its identifier of queries.
+struct Link {
+  std::string name;
+  std::string network;
+  unsigned id;
+};
+const Link kFirst = {"tovi-a", "192.0.2.", 7};
+const Link kSecond = {"tovi-b", "198.51.100.", 8};
+
+/// The queries that have been captured.
+class Arrivals : public MessageReceivedProtocol {
+ public:
+  struct Seen {
+    int queries = 0;
+    std::set<pid_t> captureThreads;
+  };
+
+  void feed(std::string_view text) override {
+    std::lock_guard lock(mutex_);
+    Seen& seen = seen_[std::string(text.substr(0, text.find(',')))];
+    ++seen.queries;
+    seen.captureThreads.insert(gettid());
+    changed_.notify_all();
+  }
+  /// Once there are `queries` of the link, or the time is over.
+  Seen of(const Link& link, int queries, std::chrono::milliseconds time) {
+    std::unique_lock lock(mutex_);
+    Seen& seen = seen_["id!" + std::to_string(link.id)];
+    changed_.wait_for(lock, time, [&] { return seen.queries >= queries; });
+    return seen;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::map<std::string, Seen> seen_;
 };
 
-void run(const char* command) {
-  EXPECT_EQ(std::system(command), 0) << command;
+void run(const std::string& command) {
+  EXPECT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+void bringUp(const Link& link) {
+  run("ip link set " + link.name + " up");
+  run("ip neighbour replace " + link.network + "2 lladdr 02:00:00:00:00:02 dev " + link.name);
 }
 
 // No address but the one that the test gives, and none of IPv6 that would be news by itself.
-void makeInterface() {
-  run("ip link add tovi-a type veth peer name tovi-b");
-  run("ip link set tovi-a addrgenmode none up");
-  run("ip link set tovi-b addrgenmode none up");
-  run("ip address add 192.0.2.1/24 dev tovi-a");
-  run("ip neighbour replace 192.0.2.2 lladdr 02:00:00:00:00:02 dev tovi-a");
+void make(const Link& link) {
+  run("ip link add " + link.name + " type veth peer name " + link.name + "-peer");
+  run("ip link set " + link.name + " addrgenmode none");
+  run("ip link set " + link.name + "-peer addrgenmode none up");
+  run("ip address add " + link.network + "1/24 dev " + link.name);
+  bringUp(link);
 }
 
-void sendQuery() {
+void sendQuery(const Link& link) {
   const int any = socket(AF_INET, SOCK_DGRAM, 0);
   sockaddr_in server = {AF_INET, htons(53), {}, {}};
-  inet_pton(AF_INET, "192.0.2.2", &server.sin_addr);
-  const std::string query = dnsMessage(7, 0x0100, {question("www.example")}, {});
+  inet_pton(AF_INET, (link.network + "2").c_str(), &server.sin_addr);
+  const std::string query = dnsMessage(link.id, 0x0100, {question("www.example")}, {});
   sendto(any, query.data(), query.size(), 0, reinterpret_cast<const sockaddr*>(&server),
          sizeof server);
   close(any);
 }
 
-/// Capture of a network of its own, restarted as the daemon does it. Only on the thread that is in
-/// that network.
+/// Capture of a network of its own, that follows its interfaces as the daemon does it. Only on
+/// threads that are in that network.
 class WatchedCapture {
  public:
   WatchedCapture() {
-    receiver_.setMessageBuilder(&arrival_);
+    receiver_.setMessageBuilder(&arrivals_);
     receiver_.startReader();
     observer_ = std::thread([this] { checker_.startObserving(); });
   }
@@ -61,38 +103,89 @@ class WatchedCapture {
     receiver_.stopReader();
   }
 
+  void restart() { receiver_.startReader(); }
+
   /// Asks until a query is captured; false after 20 seconds.
-  bool comesToSeeQueries() {
-    while (arrival_.queries.try_acquire()) continue;
+  bool comesToSeeQueriesOf(const Link& link) {
+    const int before = arrivals_.of(link, 0, 0ms).queries;
     const auto deadline = std::chrono::steady_clock::now() + 20s;
     do {
-      sendQuery();
-      if (arrival_.queries.try_acquire_for(20ms)) return true;
+      sendQuery(link);
+      if (arrivals_.of(link, before + 1, 20ms).queries > before) return true;
     } while (std::chrono::steady_clock::now() < deadline);
     return false;
   }
 
+  Arrivals& arrivals() { return arrivals_; }
+
  private:
-  Arrival arrival_;
+  Arrivals arrivals_;
   PacketReceiver receiver_{[](const auto&) { return platform::QuerySender(); }};
-  InterfaceChecker checker_{"io.tovi.test", [this] { receiver_.updateInterfaces(); }};
+  InterfaceChecker checker_{
+      "io.tovi.test", [this](const auto& addresses) { return receiver_.isUpToDate(addresses); },
+      [this] { receiver_.updateInterfaces(); }};
   std::thread observer_;
 };
 
-TEST(InterfaceChanges, AnInterfaceMadeAnewWithItsOldAddressIsCapturedAgain) {
+/// Runs the scenario with capture in a network of its own, where the first link is.
+void inOwnNetwork(const std::function<void(WatchedCapture&)>& scenario) {
   bool isAllowed = false;
   std::thread([&] {
     isAllowed = unshare(CLONE_NEWNET) == 0;
     if (!isAllowed) return;
     run("ip link set lo up");
-    makeInterface();
+    make(kFirst);
     WatchedCapture capture;
-    EXPECT_TRUE(capture.comesToSeeQueries());
-    run("ip link delete tovi-a");
-    makeInterface();
-    EXPECT_TRUE(capture.comesToSeeQueries());
+    scenario(capture);
   }).join();
   if (!isAllowed) GTEST_SKIP() << "no right to a network of its own";
+}
+
+TEST(InterfaceChanges, AnInterfaceMadeAnewWithItsOldAddressIsCapturedAgain) {
+  inOwnNetwork([](WatchedCapture& capture) {
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kFirst));
+    run("ip link delete " + kFirst.name);
+    make(kFirst);
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kFirst));
+  });
+}
+
+TEST(InterfaceChanges, InterfacesThatComeAndGoCostNoPacketOfAnother) {
+  inOwnNetwork([](WatchedCapture& capture) {
+    std::atomic<bool> over = false;
+    int sent = 0;
+    std::thread client([&] {
+      for (; !over; ++sent, std::this_thread::yield()) {
+        sendQuery(kFirst);
+        capture.arrivals().of(kFirst, sent + 1, 100ms);
+      }
+    });
+    for (int newcomer = 0; newcomer < 3; ++newcomer) {
+      make(kSecond);
+      EXPECT_TRUE(capture.comesToSeeQueriesOf(kSecond));
+      run("ip link delete " + kSecond.name);
+    }
+    over = true;
+    client.join();
+    const auto [queries, captureThreads] = capture.arrivals().of(kFirst, sent, 5s);
+    EXPECT_EQ(queries, sent);
+    EXPECT_EQ(captureThreads.size(), 1U);
+  });
+}
+
+TEST(InterfaceChanges, AnInterfaceThatIsUpAgainIsCapturedAgain) {
+  inOwnNetwork([](WatchedCapture& capture) {
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kFirst));
+    run("ip link set " + kFirst.name + " down");
+    make(kSecond);
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kSecond));
+    bringUp(kFirst);
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kFirst));
+    run("ip link set " + kFirst.name + " down");
+    capture.restart();
+    bringUp(kFirst);
+    EXPECT_TRUE(capture.comesToSeeQueriesOf(kFirst));
+  });
 }
 
 }  // namespace

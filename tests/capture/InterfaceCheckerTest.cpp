@@ -19,7 +19,8 @@ bool enterOwnNetwork() {
 TEST(InterfaceCheckerTest, OnlyAnAddressNeverSeenAfterTheFirstScanIsNews) {
   LogRecorder log;
   int news = 0;
-  InterfaceChecker checker("io.tovi.test", [&news] { ++news; });
+  InterfaceChecker checker(
+      "io.tovi.test", [](const auto&) { return true; }, [&news] { ++news; });
   checker.uploadInterfacesList();
   EXPECT_EQ(news, 0);
   EXPECT_EQ(log.messages(),
@@ -37,7 +38,9 @@ TEST(InterfaceCheckerTest, OnlyAnAddressNeverSeenAfterTheFirstScanIsNews) {
 
 TEST(InterfaceCheckerTest, ObservingNeedsABundleIdentifier) {
   LogRecorder log;
-  InterfaceChecker(std::nullopt, [] {}).startObserving();
+  InterfaceChecker(
+      std::nullopt, [](const auto&) { return true; }, [] {})
+      .startObserving();
   EXPECT_EQ(log.messages().back(), "Could not get bundle identifier");
 }
 
