@@ -16,6 +16,8 @@ static constexpr const char* kFileName = "MessageModel.sqlite";
 // there already keeps its own page size.
 static constexpr int kPageBytes = 16 * 1024;
 static constexpr int kWriteAheadLogBytes = 4 * 1024 * 1024;
+// Callers of an open store wait for each of its operations, and what cannot be written is kept.
+static constexpr std::chrono::milliseconds kServingPatience(50);
 
 // SQLite counts in pages.
 static void limitWriteAheadLog(SqliteDatabase& database) {
@@ -35,6 +37,7 @@ static std::unique_ptr<SqliteDatabase> openStore(const std::filesystem::path& di
   database->execute("PRAGMA synchronous=FULL");
   limitWriteAheadLog(*database);
   loadMessageModel(*database);
+  database->waitForLocks(kServingPatience);
   return database;
 }
 

@@ -10,8 +10,8 @@ namespace tovi {
 static constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
                                   SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX |
                                   SQLITE_OPEN_EXRESCODE;
-// Only a maintenance tool can hold the file; the daemon waits for it this long.
-static constexpr int kBusyTimeoutMilliseconds = 5000;
+// Only a maintenance tool can hold the file.
+static constexpr std::chrono::seconds kOpeningPatience(5);
 
 void SqliteDatabase::Close::operator()(sqlite3* handle) const {
   sqlite3_close(handle);
@@ -22,11 +22,15 @@ SqliteDatabase::SqliteDatabase(const std::string& file) {
   const int result = sqlite3_open_v2(file.c_str(), &handle, kOpenFlags, nullptr);
   handle_.reset(handle);
   check(result);
-  sqlite3_busy_timeout(handle, kBusyTimeoutMilliseconds);
+  waitForLocks(kOpeningPatience);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
   check(sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr));
   check(sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr));
   execute("PRAGMA cell_size_check=ON; PRAGMA mmap_size=0");
+}
+
+void SqliteDatabase::waitForLocks(std::chrono::milliseconds most) {
+  check(sqlite3_busy_timeout(handle(), static_cast<int>(most.count())));
 }
 
 static bool isDamage(int result) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,10 +17,13 @@ class SqliteDatabase {
   static constexpr int kMaxValueBytes = 64 * 1024 * 1024;
 
   /// Opens the file, which must not be reached through a link, or creates it; ":memory:" makes a
-  /// database that is gone with this object.
+  /// database that is gone with this object. It waits up to 5 s for a file that is locked.
   explicit SqliteDatabase(const std::string& file);
   SqliteDatabase(const SqliteDatabase&) = delete;
   SqliteDatabase& operator=(const SqliteDatabase&) = delete;
+
+  /// How long every operation from now on waits for a file that is locked.
+  void waitForLocks(std::chrono::milliseconds most);
 
   /// Runs one or more statements whose rows nobody reads.
   void execute(const std::string& sql);
