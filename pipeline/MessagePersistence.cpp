@@ -68,14 +68,11 @@ MessagePersistence::Texts MessagePersistence::handOverMessages() {
   BatchesById batches;
   std::size_t bytes = 0;
   for (const auto& record : permittedMessages()) {
-    try {
-      const auto sealed = context_.payload(record);
-      bytes += sealed ? sealed->size() : 0;
-      if (bytes > kMostHandedOverBytes && !batches.empty()) break;
-      handOver(record, sealed, batches);
-    } catch (const SqliteError& error) {
-      logger_.error("getNewMessages()", "Error: ", error.what());
-    }
+    const auto payload = readPayload(record);
+    if (!payload) continue;
+    bytes += payload->sealed ? payload->sealed->size() : 0;
+    if (bytes > kMostHandedOverBytes && !batches.empty()) break;
+    handOver(record, payload->sealed, batches);
   }
   saveDataChanges();
   Texts texts;
@@ -88,9 +85,29 @@ MessagePersistence::Records MessagePersistence::permittedMessages() {
   if (records.empty() || crypto_.keyFault()) return {};
   const auto amount = deliveryHandler_.shouldReturnEveryMessage();
   if (amount == AmountMessages::NotDeliverMessages) return {};
-  if (amount == AmountMessages::DeliverOneMessage) records.resize(1);
-  appendSharingLastId(records);
+  if (amount == AmountMessages::DeliverOneMessage) keepFirstReadable(records);
+  if (!records.empty()) appendSharingLastId(records);
   return records;
+}
+
+void MessagePersistence::keepFirstReadable(Records& records) {
+  const auto first = std::ranges::find_if(
+      records, [this](const auto& record) { return readPayload(record).has_value(); });
+  records.erase(records.begin(), first);
+  if (!records.empty()) records.resize(1);
+}
+
+std::optional<MessagePersistence::Payload> MessagePersistence::readPayload(const Messages& record) {
+  try {
+    return Payload{context_.payload(record)};
+  } catch (const SqliteError& error) {
+    logger_.error("getNewMessages()", "Error: ", error.what());
+    if (error.isOfRecord) {
+      context_.leaveOut(record);
+      unreadable_.add();
+    }
+    return std::nullopt;
+  }
 }
 
 // The report on an identifier concerns all of its records: those that the limit cut off have to go

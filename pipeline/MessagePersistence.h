@@ -75,7 +75,7 @@ class MessagePersistence : public MessagePersistenceProtocol {
   const Tally& dropped() const { return dropped_; }
   /// Stored batches that were removed, since the store had become too large.
   const Tally& removed() const { return removed_; }
-  /// Stored batches that could not be unsealed when they were to be handed over.
+  /// Stored batches that could not be read or unsealed when they were to be handed over.
   const Tally& unreadable() const { return unreadable_; }
   /// Batches in the store that are pending, or handed over and not reported on; none when the store
   /// cannot be read, which is logged.
@@ -89,6 +89,10 @@ class MessagePersistence : public MessagePersistenceProtocol {
   using Texts = std::map<std::string, std::string>;
   using Records = std::vector<Messages>;
   using BatchesById = std::map<std::string, JoinedBatches>;
+  struct Payload {
+    /// Nothing in a record without a usable payload.
+    std::optional<Bytes> sealed;
+  };
 
   /// Runs the block on the queue behind a commit of all that waits, and does not wait for its time.
   template <typename Block>
@@ -99,6 +103,9 @@ class MessagePersistence : public MessagePersistenceProtocol {
   void saveWaitingMessages();
   Texts handOverMessages();
   Records permittedMessages();
+  void keepFirstReadable(Records& records);
+  /// Nothing when the store fails to read it, now or for good.
+  std::optional<Payload> readPayload(const Messages& record);
   void appendSharingLastId(Records& records);
   void handOver(Messages record, const std::optional<Bytes>& sealed, BatchesById& batches);
   void addText(const std::string& id, std::string text, BatchesById& batches);

@@ -50,9 +50,8 @@ static void keepFirst(std::vector<Messages>& records, std::size_t count) {
 std::vector<Messages> MessagesContext::fetch(DeliveryState state) {
   fetchByState_.bind(1, code(state));
   // Enough are left without those that have changed.
-  fetchByState_.bind(2, static_cast<std::int64_t>(kFetchLimit + changes_.size()));
+  fetchByState_.bind(2, static_cast<std::int64_t>(kFetchLimit + changes_.size() + leftOut_.size()));
   auto found = records(fetchByState_);
-  if (changes_.empty()) return found;
   std::erase_if(found, [&](const Messages& record) { return changes_.contains(record.row); });
   for (const auto& [row, changed] : changes_) {
     if (changed.state == state) found.push_back(changed);
@@ -83,6 +82,7 @@ std::vector<Messages> MessagesContext::fetchAll(const std::string& id) {
 std::vector<Messages> MessagesContext::records(SqliteStatement& fetch) {
   std::vector<Messages> records;
   fetch.run([&] {
+    if (leftOut_.contains(fetch.integer(0))) return;
     records.push_back({fetch.integer(0), usableId(fetch.text(1)),
                        static_cast<DeliveryState>(fetch.integer(2)), fetch.real(3)});
   });
@@ -106,8 +106,9 @@ std::int64_t MessagesContext::countWaiting() {
   countWaiting_.bind(2, code(DeliveryState::HandedOver));
   countWaiting_.run([&] { count = countWaiting_.integer(0); });
   // Records change only while they wait.
-  return count - std::ranges::count_if(
-                     changes_, [](const auto& change) { return !isWaiting(change.second.state); });
+  return count - std::ssize(leftOut_) - std::ranges::count_if(changes_, [](const auto& change) {
+           return !isWaiting(change.second.state);
+         });
 }
 
 void MessagesContext::update(const Messages& record) {
@@ -141,7 +142,10 @@ std::size_t MessagesContext::removeOldest() {
   bool isRemoved = true;
   while (isRemoved && count < kMostRemoved && usedBytes() > maxBytes_) {
     isRemoved = false;
-    removeOldest_.run([&] { isRemoved = true; });
+    removeOldest_.run([&] {
+      isRemoved = true;
+      leftOut_.erase(removeOldest_.integer(0));  // The number may be given to another.
+    });
     count += isRemoved ? 1 : 0;
   }
   return count;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "pipeline/Messages.h"
@@ -12,7 +13,7 @@ namespace tovi {
 
 /// The messages of a store, and the changes to them until they are saved. Fetches return at most
 /// kFetchLimit records, as they are with these changes. The database is borrowed and must outlive
-/// it. All but `update` and `hasChanges` throw SqliteError. One caller at a time.
+/// it. All but `update`, `leaveOut` and `hasChanges` throw SqliteError. One caller at a time.
 class MessagesContext {
  public:
   static constexpr std::size_t kFetchLimit = 20;
@@ -30,6 +31,9 @@ class MessagesContext {
 
   /// Changes the state and `lastUpdate` of the record.
   void update(const Messages& record);
+  /// Fetches and counts no longer see the record, until the store is opened again. Nothing is
+  /// written: that would need the parts of the record that cannot be read.
+  void leaveOut(const Messages& record) { leftOut_.insert(record.row); }
   /// Deletes all records of `id`, or, when only some of them were handed over, all but those that
   /// are still pending.
   void remove(const std::string& id);
@@ -44,7 +48,7 @@ class MessagesContext {
 
  private:
   std::vector<Messages> fetchAll(const std::string& id);
-  static std::vector<Messages> records(SqliteStatement& fetch);
+  std::vector<Messages> records(SqliteStatement& fetch);
   void write(const Messages& record);
   std::size_t removeOldest();
   std::int64_t usedBytes();
@@ -63,6 +67,8 @@ class MessagesContext {
 
   /// By row.
   std::map<std::int64_t, Messages> changes_;
+  /// Pending rows.
+  std::set<std::int64_t> leftOut_;
 };
 
 }  // namespace tovi

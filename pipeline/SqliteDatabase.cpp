@@ -41,7 +41,7 @@ static bool isDamage(int result) {
 void SqliteDatabase::check(int result) const {
   if (result == SQLITE_OK) return;
   throw SqliteError(handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(result),
-                    isDamage(result));
+                    isDamage(result), result == SQLITE_TOOBIG);
 }
 
 void SqliteDatabase::execute(const std::string& sql) {

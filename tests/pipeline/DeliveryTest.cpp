@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <fstream>
 
 #include "pipeline/CryptoDataProtector.h"
 #include "pipeline/MessageDeliveryHandler.h"
@@ -214,6 +215,22 @@ TEST_F(Delivery, RecordsWithoutAUsablePayloadAreParked) {
   EXPECT_EQ(log_.count("Cant decrypt msg"), 3);
   EXPECT_EQ(messages_.unreadable().count(), 5U);
   EXPECT_EQ(messages_.waiting(), 1U);
+}
+
+TEST_F(Delivery, RecordThatTheStoreFailsToReadHoldsUpNoOther) {
+  messages_.messageDeliveryState("unknown", true);  // from now on one at a time
+  sql("INSERT INTO Messages VALUES('1', zeroblob(9000000), 1, 1)");
+  save("a");
+  sql("PRAGMA wal_checkpoint(TRUNCATE); PRAGMA shrink_memory");
+  std::fstream file(directory_ / "store/MessageModel.sqlite",
+                    std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(5'000'000) << std::string(20'000, '?') << std::flush;
+  EXPECT_EQ(handedOutAfter(9), "a ");
+  EXPECT_TRUE(log_.hasPrefix("Error: database disk image is malformed"));
+  EXPECT_EQ(messages_.unreadable().count(), 1U);
+  EXPECT_EQ(messages_.waiting(), 1U);
+  messages_.messageDeliveryState("20220125170252", false);
+  EXPECT_EQ(query("SELECT group_concat(id) FROM Messages"), "1");
 }
 
 TEST_F(Delivery, StatesAreKeptWhileTheyCannotBeWritten) {
