@@ -180,6 +180,9 @@ void DaemonBuilder::start() {
 void DaemonBuilder::reportState() {
   std::string state = "The agent is " + std::string(rawValue(daemon_.agentState()));
   if (const auto fault = crypto_.keyFault()) state += "; the payload key cannot be read: " + *fault;
+  if (const auto& fault = coreData_.standInFault()) {
+    state += "; batches are kept in memory until the next start, without a store: " + *fault;
+  }
   if (reportedState_ == state) return;
   reportedState_ = state;
   platform::notifyStatus(state);

@@ -44,7 +44,11 @@ static std::unique_ptr<SqliteDatabase> openStore(const std::filesystem::path& di
 CoreDataManager::CoreDataManager(std::filesystem::path directory, CommandExecuteProtocol& executor,
                                  bool inMemory, StorePatience patience)
     : directory_(std::move(directory)) {
-  if (inMemory || !loadOrRecreate(executor, patience)) loadInMemory();
+  if (inMemory) {
+    loadInMemory("it is not to be used");
+  } else if (const auto failure = loadOrRecreate(executor, patience)) {
+    loadInMemory(failure->text);
+  }
 }
 
 CoreDataManager::CoreDataManager(std::filesystem::path directory)
@@ -56,19 +60,20 @@ CoreDataManager::CoreDataManager(std::filesystem::path directory)
   }
 }
 
-bool CoreDataManager::loadOrRecreate(CommandExecuteProtocol& executor, StorePatience patience) {
+std::optional<CoreDataManager::Failure> CoreDataManager::loadOrRecreate(
+    CommandExecuteProtocol& executor, StorePatience patience) {
   auto failure = loadPatiently(patience);
-  if (!failure) return true;
+  if (!failure) return failure;
   if (!failure->isDamage) {
     logger_.error(kInit, "Error loading DB, leaving it for another start. Error: ", failure->text);
-    return false;
+    return failure;
   }
   logger_.error(kInit, "Error loading DB, deleting previous data. Error: ", failure->text);
   logger_.error(kInit, "Deleting db ", directory_.string());
   setAside(executor);
   failure = loadPersistentStores();
   if (failure) logger_.error(kInit, "Second try fail. Error: ", failure->text);
-  return !failure;
+  return failure;
 }
 
 std::optional<CoreDataManager::Failure> CoreDataManager::loadPatiently(StorePatience patience) {
@@ -107,7 +112,10 @@ void CoreDataManager::setAside(CommandExecuteProtocol& executor) const {
                 failure ? "not kept: " + failure.message() : "kept as " + aside.string());
 }
 
-void CoreDataManager::loadInMemory() {
+void CoreDataManager::loadInMemory(const std::string& fault) {
+  standInFault_ = fault;
+  logger_.error(kInit,
+                "Messages are kept in memory until the next start, without a store: ", fault);
   try {
     persistentContainer_ = std::make_unique<SqliteDatabase>(":memory:");
     loadMessageModel(*persistentContainer_);

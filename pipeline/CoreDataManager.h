@@ -34,6 +34,8 @@ class CoreDataManager {
   /// wrong with which directory, and leaves what is there as it is.
   explicit CoreDataManager(std::filesystem::path directory);
 
+  /// Why a store in memory stands in; none while the messages are kept on disk.
+  const std::optional<std::string>& standInFault() const { return standInFault_; }
   SqliteDatabase& persistentContainer() { return *persistentContainer_; }
 
  private:
@@ -42,16 +44,17 @@ class CoreDataManager {
     bool isDamage;
   };
 
-  bool loadOrRecreate(CommandExecuteProtocol& executor, StorePatience patience);
+  std::optional<Failure> loadOrRecreate(CommandExecuteProtocol& executor, StorePatience patience);
   std::optional<Failure> loadPatiently(StorePatience patience);
   std::optional<Failure> loadPersistentStores();
   void setAside(CommandExecuteProtocol& executor) const;
-  void loadInMemory();
+  void loadInMemory(const std::string& fault);
 
   // Constant after construction.
   ToviLog logger_{"CoreDataManager", "main"};
   const std::filesystem::path directory_;
 
+  std::optional<std::string> standInFault_;
   std::unique_ptr<SqliteDatabase> persistentContainer_;
 };
 

@@ -9,6 +9,12 @@
 
 namespace tovi {
 
+static std::int64_t mostStoredBytes(const CoreDataManager& coreData,
+                                    const GetPropertyManagerProtocol& propertyManager) {
+  const auto most = setting<std::int64_t>(propertyManager, "store_max_bytes");
+  return coreData.standInFault() ? std::min(most, MessagePersistence::kMostStandInBytes) : most;
+}
+
 MessagePersistence::MessagePersistence(CoreDataManager& coreData,
                                        TimeProviderProtocol& timeProvider,
                                        const GetPropertyManagerProtocol& propertyManager,
@@ -22,8 +28,7 @@ MessagePersistence::MessagePersistence(CoreDataManager& coreData,
       acknowledgement_(std::move(acknowledgement)),
       updateStateOlderDeliveredMessagesTimeout_(
           setting<double>(propertyManager, "delivered_timeout_sec")),
-      context_(coreData.persistentContainer(),
-               setting<std::int64_t>(propertyManager, "store_max_bytes")),
+      context_(coreData.persistentContainer(), mostStoredBytes(coreData, propertyManager)),
       deliveryHandler_(deliveryHandler),
       waiting_(timeProvider) {}
 

@@ -37,7 +37,8 @@ namespace tovi {
 ///
 /// Failures of the store are logged; batches that cannot be sealed or written wait in memory, up to
 /// kMostWaitingBytes of the newest, for the next operation that saves, destruction included. When
-/// the store has grown to the setting "store_max_bytes", the oldest batches are removed. A batch
+/// the store has grown to the setting "store_max_bytes", or one in memory to kMostStandInBytes, the
+/// oldest batches are removed. A batch
 /// that is given up is logged and counted as "data_dropped_messages" in the variables. The
 /// collaborators are borrowed and must outlive it; the delivery handler is called by one thread at
 /// a time. Any thread.
@@ -51,6 +52,8 @@ class MessagePersistence : public MessagePersistenceProtocol {
   static constexpr std::size_t kMostCarriedBytes = 24 * 1024 * 1024;
   /// Batches that wait for a store that cannot be written to.
   static constexpr std::size_t kMostWaitingBytes = 8 * 1024 * 1024;
+  /// What a store in memory that stands in may hold.
+  static constexpr std::int64_t kMostStandInBytes = 16 * 1024 * 1024;
   /// Batches that came since the last commit; a caller that exceeds it waits for the next.
   static constexpr std::size_t kMostAddedBytes = 512 * 1024;
   /// From one commit to the next, unless kMostAddedBytes came before.

@@ -271,6 +271,18 @@ TEST_F(Delivery, OldestAreRemovedFromAStoreThatHasGrownTooLarge) {
   EXPECT_EQ(query("SELECT count(*)||' of '||min(id) FROM Messages"), "1 of 20220125170312");
 }
 
+TEST_F(Delivery, StoreInMemoryHoldsLittleAndSaysWhyItStandsIn) {
+  writeFile(directory_ / "file", "");
+  CommandExecutor executor([](const auto&, const auto&) { return ""; });
+  CoreDataManager standIn(directory_ / "file/store", executor, false, {.tries = 1});
+  EXPECT_TRUE(standIn.standInFault().value_or("").find("Not a directory") != std::string::npos);
+  EXPECT_EQ(store_.standInFault(), std::nullopt);
+  MessagePersistence small(standIn, clock_, settings_, variables_, handler_, crypto_);
+  for (int i = 0; i < 20; ++i) small.saveMessage(std::string(1'000'000, 'x'));
+  small.waitUntilSaved();
+  EXPECT_EQ(small.removed().count(), 4U);
+}
+
 TEST_F(Delivery, BatchesWaitForAKeyThatCannotBeRead) {
   save("sealed");
   clock_.advance(1);
