@@ -74,19 +74,19 @@ ToviDNSMessageBuilder::Domains undesiredDomains(const Bundle& bundle) {
   return {*host};
 }
 
-/// The directory of the store, which is read once before it serves: the service manager hears how
-/// long that may take on a slow disk.
-std::filesystem::path announcedStore(const std::filesystem::path& directory) {
+/// The store is read once at each try to open it: the service manager hears how long that may take
+/// on a slow disk.
+void announceOpening(const std::filesystem::path& directory) {
   constexpr std::chrono::seconds kLeast(90);
   constexpr std::uintmax_t kSlowBytesPerSecond = 20'000'000;
   std::uintmax_t bytes = 0;
   std::error_code ignored;
-  for (const auto& file : std::filesystem::directory_iterator(directory, ignored)) {
-    const auto size = file.file_size(ignored);
+  for (std::filesystem::directory_iterator file(directory, ignored), end; file != end;
+       file.increment(ignored)) {
+    const auto size = file->file_size(ignored);
     if (!ignored) bytes += size;
   }
   platform::extendStart(kLeast + std::chrono::seconds(bytes / kSlowBytesPerSecond));
-  return directory;
 }
 
 }  // namespace
@@ -108,7 +108,8 @@ DaemonBuilder::DaemonBuilder(platform::MainLoop& loop, const Bundle& bundle,
       systemInfo_(hostFactSources(hostChanges_), executor_, hardwareProvider_,
                   setting<std::int64_t>(propertyManager_, "system_information_counter")),
       userBuilder_(systemInfo_),
-      coreData_(announcedStore(stateDirectory / "store"), executor_, false),
+      coreData_(stateDirectory / "store", executor_, false,
+                {.beforeTry = [=] { announceOpening(stateDirectory / "store"); }}),
       crypto_(permanentDataManager_),
       deliveryHandler_(timeProvider_, propertyManager_),
       messagePersistence_(coreData_, timeProvider_, propertyManager_, variables_, deliveryHandler_,

@@ -77,10 +77,12 @@ std::optional<CoreDataManager::Failure> CoreDataManager::loadOrRecreate(
 }
 
 std::optional<CoreDataManager::Failure> CoreDataManager::loadPatiently(StorePatience patience) {
+  patience.beforeTry();
   auto failure = loadPersistentStores();
   while (failure && !failure->isDamage && --patience.tries > 0) {
     logger_.error(kInit, "Error loading DB, trying again. Error: ", failure->text);
     std::this_thread::sleep_for(patience.pause);
+    patience.beforeTry();
     failure = loadPersistentStores();
   }
   return failure;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,6 +17,8 @@ namespace tovi {
 struct StorePatience {
   int tries = 4;
   std::chrono::milliseconds pause{1000};
+  /// Called before each try.
+  std::function<void()> beforeTry = [] {};
 };
 
 /// Opens the message store. A store that is damaged is set aside, as the directory's name and

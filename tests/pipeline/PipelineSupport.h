@@ -39,9 +39,11 @@ class Pipeline : public testing::Test {
     CommandExecutor executor([](const auto& path, const auto& arguments) {
       return platform::runProgram(path, arguments);
     });
-    return CoreDataManager(directory_ / name, executor, false, {.tries = 2, .pause = {}});
+    return CoreDataManager(directory_ / name, executor, false,
+                           {.tries = 2, .pause = {}, .beforeTry = [this] { ++tries_; }});
   }
 
+  int tries_ = 0;
   LogRecorder log_;
   TemporaryDirectory directory_;
   ManualClock clock_;
