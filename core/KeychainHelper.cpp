@@ -14,19 +14,12 @@ void KeychainHelper::save(ByteView value, std::string_view key) {
   logger_.debug("save(_:service:account:)", "Error writing key", " *** ", status.text);
 }
 
-std::optional<Bytes> KeychainHelper::read(std::string_view key) const {
-  Bytes value;
-  const SecretStatus status = items_.read(key, value);
-  if (status.code == SecretStatus::Done) return value;
-  logger_.debug("read(service:account:)", "Error reading key", " *** ", status.text);
-  return std::nullopt;
-}
-
-std::optional<std::string> KeychainHelper::readFault(std::string_view key) const {
-  Bytes value;
-  const SecretStatus status = items_.read(key, value);
-  if (status.code != SecretStatus::Failed) return std::nullopt;
-  return status.text;
+SecretStatus KeychainHelper::readInto(Bytes& value, std::string_view key) const {
+  SecretStatus status = items_.read(key, value);
+  if (status.code != SecretStatus::Done) {
+    logger_.debug("read(service:account:)", "Error reading key", " *** ", status.text);
+  }
+  return status;
 }
 
 bool KeychainHelper::remove(std::string_view key) {

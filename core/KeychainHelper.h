@@ -14,8 +14,7 @@ class KeychainHelper : public PersistenceDataProtocol {
   KeychainHelper(const std::filesystem::path& keychains, std::string_view serviceName);
 
   void save(ByteView value, std::string_view key) override;
-  std::optional<Bytes> read(std::string_view key) const override;
-  std::optional<std::string> readFault(std::string_view key) const override;
+  platform::SecretStatus readInto(Bytes& value, std::string_view key) const override;
   bool remove(std::string_view key) override;
 
  private:

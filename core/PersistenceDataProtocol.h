@@ -1,10 +1,10 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "core/Bytes.h"
+#include "platform/SecretItems.h"
 
 namespace tovi {
 
@@ -15,10 +15,14 @@ class PersistenceDataProtocol {
 
   /// Stores or replaces.
   virtual void save(ByteView value, std::string_view key) = 0;
-  virtual std::optional<Bytes> read(std::string_view key) const = 0;
-  /// Why an item that is there cannot be read, in words for a log; nothing for one that is not
-  /// there or can be read.
-  virtual std::optional<std::string> readFault(std::string_view key) const = 0;
+  /// Fills `value` when the status is `Done`, else leaves it alone.
+  virtual platform::SecretStatus readInto(Bytes& value, std::string_view key) const = 0;
+  /// The value, for whom the reason of its absence makes no difference.
+  std::optional<Bytes> read(std::string_view key) const {
+    Bytes value;
+    if (readInto(value, key).code != platform::SecretStatus::Done) return std::nullopt;
+    return value;
+  }
   /// True when an item was deleted.
   virtual bool remove(std::string_view key) = 0;
 };

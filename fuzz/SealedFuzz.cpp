@@ -17,8 +17,10 @@ namespace {
 struct OneSecret : PersistenceDataProtocol {
   explicit OneSecret(ByteView value) : item(value.begin(), value.end()) {}
   void save(ByteView value, std::string_view) override { item.assign(value.begin(), value.end()); }
-  std::optional<Bytes> read(std::string_view) const override { return item; }
-  std::optional<std::string> readFault(std::string_view) const override { return std::nullopt; }
+  platform::SecretStatus readInto(Bytes& value, std::string_view) const override {
+    value = item;
+    return {platform::SecretStatus::Done, "done"};
+  }
   bool remove(std::string_view) override { return false; }
   Bytes item;
 };

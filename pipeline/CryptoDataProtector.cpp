@@ -8,6 +8,8 @@
 
 namespace tovi {
 
+using platform::SecretStatus;
+
 // A sealed payload is: nonce (12 bytes), ciphertext (as long as the plain bytes), tag (16 bytes).
 // The nonce is drawn anew for every seal; there is no associated data.
 static constexpr std::size_t kNonceSize = crypto_aead_chacha20poly1305_ietf_NPUBBYTES;
@@ -39,25 +41,35 @@ std::optional<std::string> CryptoDataProtector::keyFault() const {
   return keyFault_;
 }
 
+// One read decides: a second one could miss the fault that kept the first from the key.
 void CryptoDataProtector::findKey() const {
-  isKeySaved_ = readKey();
-  auto fault = isKeySaved_ ? std::nullopt : permanentDataManager_.readFault(kKeyAccount);
+  Bytes item;
+  const SecretStatus status = permanentDataManager_.readInto(item, kKeyAccount);
+  noteFault(status);
+  isKeyThere_ = !keyFault_;
+  if (!isKeyThere_) return;
+  isKeySaved_ = takeKey(item);
+  if (isKeySaved_) return;
+  if (status.code != SecretStatus::NotFound) {
+    logger_.error("init(permanentDataManager:)", "Wrong key size. Recreating key.");
+  }
+  createKey();
+}
+
+void CryptoDataProtector::noteFault(const SecretStatus& status) const {
+  std::optional<std::string> fault;
+  if (status.code == SecretStatus::Failed) fault = status.text;
   if (fault && fault != keyFault_) {
     logger_.error("init(permanentDataManager:)",
                   "Error: key cannot be read, messages wait for it: ", *fault);
   }
   keyFault_ = std::move(fault);
-  isKeyThere_ = !keyFault_;
-  if (isKeyThere_ && !isKeySaved_) createKey();
 }
 
-bool CryptoDataProtector::readKey() const {
-  auto item = permanentDataManager_.read(kKeyAccount);
-  if (!item) return false;
-  const bool isKey = item->size() == key_.size();
-  if (isKey) std::copy_n(raw(item->data()), key_.size(), key_.begin());
-  sodium_memzero(item->data(), item->size());
-  if (!isKey) logger_.error("init(permanentDataManager:)", "Wrong key size. Recreating key.");
+bool CryptoDataProtector::takeKey(Bytes& item) const {
+  const bool isKey = item.size() == key_.size();
+  if (isKey) std::copy_n(raw(item.data()), key_.size(), key_.begin());
+  sodium_memzero(item.data(), item.size());
   return isKey;
 }
 

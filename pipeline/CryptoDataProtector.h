@@ -35,7 +35,8 @@ class CryptoDataProtector : public CryptoDataProtectorProtocol {
 
  private:
   void findKey() const;
-  bool readKey() const;
+  void noteFault(const platform::SecretStatus& status) const;
+  bool takeKey(Bytes& item) const;
   void createKey() const;
   void saveKey() const;
   void requireKey() const;

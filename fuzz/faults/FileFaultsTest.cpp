@@ -7,6 +7,7 @@
 #include "core/KeychainHelper.h"
 #include "core/PropertyList.h"
 #include "fuzz/faults/FailingCalls.h"
+#include "pipeline/CryptoDataProtector.h"
 #include "tests/support/TestSupport.h"
 
 namespace tovi::test {
@@ -66,6 +67,19 @@ TEST_F(FileFaults, SecretThatCannotBeReadIsNoneAndComesBack) {
     EXPECT_EQ(value.has_value(), failed.empty()) << failed;
     EXPECT_EQ(log.hasPrefix("Error reading key"), !failed.empty()) << failed;
     EXPECT_TRUE(keychain.read("key"));
+    return failed;
+  });
+}
+
+TEST_F(FileFaults, PayloadKeyOutlivesAStartThatCannotReadIt) {
+  KeychainHelper keychain(directory_.path(), "ToviAgent");
+  const Bytes sealed = CryptoDataProtector(keychain).encrypt(bytesOf("abc"));
+  const auto key = keychain.read(CryptoDataProtector::kKeyAccount);
+  failEachCall(4, [&](int error, int nth, bool forGood) {
+    std::optional<CryptoDataProtector> crypto;
+    const auto failed = failCalls(error, nth, forGood, [&] { crypto.emplace(keychain); });
+    EXPECT_TRUE(std::ranges::equal(crypto->decrypt(sealed), bytesOf("abc"))) << failed;
+    EXPECT_EQ(keychain.read(CryptoDataProtector::kKeyAccount), key) << failed;
     return failed;
   });
 }
