@@ -14,7 +14,7 @@ using ByteView = std::span<const std::byte>;
 
 /// How an operation on a secret item ended. `text` is a sentence for a log.
 struct SecretStatus {
-  enum Code { Done, Duplicate, NotFound, Failed };
+  enum Code { Done, Duplicate, NotFound, TooLarge, Failed };
   Code code;
   std::string text;
 };
@@ -23,7 +23,7 @@ struct SecretStatus {
 /// account, mode 0600, in a directory of mode 0700. A directory, file or link that anybody else
 /// could have changed or can read is refused. A replaced item is the old or the new one after a
 /// crash, never a mixture. An account is a name of letters, digits, "_", "-" and ".", not starting
-/// with a dot; others are refused. Any thread.
+/// with a dot; others are refused. A value has at most 64 KiB. Any thread.
 class SecretItems {
  public:
   /// `directory` is created at the first write.

@@ -27,6 +27,11 @@ void checkAccount(std::string_view account) {
   if (!valid) throw std::runtime_error("not a name of an account");
 }
 
+void checkSize(std::size_t size, const std::string& account) {
+  if (size <= kMostItemBytes) return;
+  throw std::system_error(std::make_error_code(std::errc::file_too_large), account);
+}
+
 // Refuses what somebody else could have written, or can read.
 struct stat checkOwnerOnly(int descriptor, const std::string& what) {
   struct stat facts;
@@ -72,7 +77,7 @@ Bytes readItem(const FileDescriptor& item, const std::string& account) {
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);
   }
-  if (filled > kMostItemBytes) throw std::runtime_error(account + " is too large");
+  checkSize(filled, account);
   value.resize(filled);
   return value;
 }
@@ -80,7 +85,7 @@ Bytes readItem(const FileDescriptor& item, const std::string& account) {
 // No account begins with a dot, so that the second file is none.
 void putItem(const FileDescriptor& directory, const std::string& account, ByteView value,
              unsigned renameFlags = 0) {
-  if (value.size() > kMostItemBytes) throw std::runtime_error(account + " is too large");
+  checkSize(value.size(), account);
   putFile(directory, account, value, kOwnerOnlyFile, renameFlags);
 }
 
@@ -93,6 +98,7 @@ SecretStatus attempt(std::string_view account, Action action) {
     return {SecretStatus::Done, "done"};
   } catch (const std::system_error& fault) {
     if (fault.code() == std::errc::file_exists) return {SecretStatus::Duplicate, fault.what()};
+    if (fault.code() == std::errc::file_too_large) return {SecretStatus::TooLarge, fault.what()};
     if (fault.code() == std::errc::no_such_file_or_directory) {
       return {SecretStatus::NotFound, fault.what()};
     }
