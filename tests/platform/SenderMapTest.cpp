@@ -1,6 +1,4 @@
-#include <arpa/inet.h>
 #include <bpf/bpf.h>
-#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -14,7 +12,6 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <sys/wait.h>
@@ -23,43 +20,20 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/ProcessLookup.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/SenderLookup.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/kernel/SenderDirectory.h"
 #include "platform/linux/kernel/SenderMap.h"
 #include "platform/linux/kernel/SenderPins.h"
 #include "platform/linux/kernel/SenderPrograms.h"
+#include "tests/platform/Asker.h"
 
 namespace tovi::platform {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kOwn = "127.0.0.1";
 constexpr gid_t kReaders = 65534;
-
-struct End {
-  explicit End(const char* host, std::uint16_t port) : isIpv6(std::strchr(host, ':') != nullptr) {
-    v6 = {static_cast<sa_family_t>(isIpv6 ? AF_INET6 : AF_INET), htons(port), 0, {}, 0};
-    void* const to =
-        isIpv6 ? static_cast<void*>(&v6.sin6_addr) : &reinterpret_cast<sockaddr_in*>(&v6)->sin_addr;
-    EXPECT_EQ(inet_pton(v6.sin6_family, host, to), 1) << host;
-  }
-  const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&v6); }
-  socklen_t size() const { return isIpv6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in); }
-
-  bool isIpv6;
-  sockaddr_in6 v6;
-};
-
-std::array<std::byte, 16> mapped(const char* host) {
-  std::array<std::byte, 16> address;
-  const std::string text = std::strchr(host, ':') == nullptr ? std::string("::ffff:") + host : host;
-  EXPECT_EQ(inet_pton(AF_INET6, text.c_str(), address.data()), 1);
-  return address;
-}
 
 /// A header with this identifier and one question, for the root.
 std::string message(std::uint16_t identifier) {
@@ -67,51 +41,10 @@ std::string message(std::uint16_t identifier) {
   return std::string(begin, 2) + std::string("\1\0\0\1\0\0\0\0\0\0\0\0\1\0\1", 15);
 }
 
-/// A socket of one host, and the queries that leave it for port 53 of the same host.
-class Asker {
- public:
-  explicit Asker(int type = SOCK_DGRAM, const char* host = kOwn, std::uint16_t port = 0)
-      : type_(type),
-        host_(host),
-        socket_(::socket(End(host, 0).v6.sin6_family, type | SOCK_CLOEXEC, 0)) {
-    const int yes = 1;
-    setsockopt(number(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    const End own(host, port);
-    EXPECT_EQ(bind(number(), own.address(), own.size()), 0) << strerror(errno);
-  }
-
-  void connectToPort53() const {
-    const End server(host_, 53);
-    EXPECT_EQ(::connect(number(), server.address(), server.size()), 0) << strerror(errno);
-  }
-  void send(const std::string& bytes) const { ::send(number(), bytes.data(), bytes.size(), 0); }
-  void sendTo(const std::string& bytes) const {
-    const End server(host_, 53);
-    sendto(number(), bytes.data(), bytes.size(), 0, server.address(), server.size());
-  }
-  void askOverTcp(std::uint16_t identifier) const {
-    const std::string text = message(identifier);
-    send(std::string("\0", 1) + static_cast<char>(text.size()) + text);
-  }
-  CapturedQuery query(std::uint16_t identifier) const {
-    return {.flow = {mapped(host_), mapped(host_), port(), 53},
-            .transport = type_ == SOCK_STREAM ? Transport::tcp : Transport::udp,
-            .identifier = identifier,
-            .time = std::chrono::system_clock::now()};
-  }
-  std::uint16_t port() const {
-    sockaddr_in6 own = {};
-    socklen_t length = sizeof own;
-    getsockname(number(), reinterpret_cast<sockaddr*>(&own), &length);
-    return ntohs(own.sin6_port);
-  }
-  int number() const { return socket_.get(); }
-
- private:
-  int type_;
-  const char* host_;
-  FileDescriptor socket_;
-};
+void askOverTcp(const Asker& asker, std::uint16_t identifier) {
+  const std::string text = message(identifier);
+  asker.send(std::string("\0", 1) + static_cast<char>(text.size()) + text);
+}
 
 /// Runs `body` in a child under this name, to its end.
 pid_t run(const char* name, const std::function<void()>& body) {
@@ -204,7 +137,7 @@ TEST_F(SenderMapTest, SenderIsNamedAfterItsEndHoweverItSent) {
       EXPECT_EQ(senderOf(asker.query(259)), "") << host;
     };
     expectNamed("connects", [](const Asker& asker) {
-      asker.connectToPort53();
+      asker.connectTo(53);
       asker.send(message(258));
     });
     expectNamed("sends_to", [](const Asker& asker) { asker.sendTo(message(258)); });
@@ -234,7 +167,7 @@ TEST_F(SenderMapTest, SenderIsToldWithUserParentAndUnit) {
 
 TEST_F(SenderMapTest, HeirOfASocketIsNamedForWhatItSends) {
   const Asker asker;
-  asker.connectToPort53();
+  asker.connectTo(53);
   asker.send(message(1));
   const std::string own = senderOf(asker.query(1));
   const pid_t heir = run("heir", [&] {
@@ -263,8 +196,8 @@ TEST_F(SenderMapTcpTest, SenderIsNamedHoweverTheMessageIsCut) {
   for (const char* const host : {kOwn, "::1"}) {
     const Asker asker(SOCK_STREAM, host);
     const pid_t process = run("over_tcp", [&] {
-      asker.connectToPort53();
-      asker.askOverTcp(258);
+      asker.connectTo(53);
+      askOverTcp(asker, 258);
       const std::string second = std::string("\0\21", 2) + message(259);
       for (const char octet : second) asker.send({octet});
     });
@@ -275,7 +208,7 @@ TEST_F(SenderMapTcpTest, SenderIsNamedHoweverTheMessageIsCut) {
 
 TEST_F(SenderMapTcpTest, PartThatTheKernelHeldBackIsItsWriters) {
   const Asker asker(SOCK_STREAM);
-  asker.connectToPort53();
+  asker.connectTo(53);
   const FileDescriptor accepted(accept(servers_[0].number(), nullptr, nullptr));
   const int no = 0;
   ASSERT_EQ(setsockopt(accepted.get(), IPPROTO_TCP, TCP_QUICKACK, &no, sizeof no), 0);
@@ -289,16 +222,16 @@ TEST_F(SenderMapTcpTest, PartThatTheKernelHeldBackIsItsWriters) {
 
 TEST_F(SenderMapTcpTest, HeirOfAConnectionIsNamedForItsMessage) {
   const Asker asker(SOCK_STREAM);
-  asker.connectToPort53();
-  asker.askOverTcp(1);
-  const pid_t heir = run("heir", [&] { asker.askOverTcp(2); });
+  asker.connectTo(53);
+  askOverTcp(asker, 1);
+  const pid_t heir = run("heir", [&] { askOverTcp(asker, 2); });
   EXPECT_EQ(senderOf(asker.query(2)), text("heir", heir));
   EXPECT_TRUE(senderOf(asker.query(1)).ends_with(" " + std::to_string(getpid())));
 }
 
 TEST_F(SenderMapTest, WhoGotASocketFromAStrangerIsNotTakenForIt) {
   const Asker asker;
-  const pid_t stranger = run("stranger", [&] { asker.connectToPort53(); });
+  const pid_t stranger = run("stranger", [&] { asker.connectTo(53); });
   asker.send(message(1));
   EXPECT_NE(senderOf(asker.query(1)), text("stranger", stranger));
 }
