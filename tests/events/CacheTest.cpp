@@ -14,6 +14,8 @@ DnsPacket packetOf(std::int64_t id, const char* type, std::vector<Answer> answer
   return packet;
 }
 
+const std::optional<EventProcess> kNobody;
+
 using Cache = LRUCache<std::string, int>;
 
 TEST(LRUCache, LeastRecentlyUsedEntryMakesRoom) {
@@ -40,16 +42,13 @@ TEST(LRUCache, WithoutRoomNothingIsRemembered) {
 TEST(DNSMessageContainer, DropsTheEventThatWasSetLongestAgo) {
   DNSMessageContainer container(2);
   const auto event = std::make_shared<const ToviDNSEvent>();
-  const std::optional<EventProcess> nobody;
   const Sighting seen;
   const auto set = [&](const DnsPacket& packet) {
-    const ExchangePacket exchangePacket{packet, seen, nobody};
+    const ExchangePacket exchangePacket{packet, seen, kNobody};
     container.set(container.get(exchangePacket), exchangePacket, event);
   };
-  const auto get = [&](const DnsPacket& packet) { return container.get({packet, seen, nobody}); };
-  const auto first = packetOf(1, "A");
-  const auto second = packetOf(2, "A");
-  const auto third = packetOf(2, "AAAA");
+  const auto get = [&](const DnsPacket& packet) { return container.get({packet, seen, kNobody}); };
+  const auto first = packetOf(1, "A"), second = packetOf(2, "A"), third = packetOf(2, "AAAA");
   for (const auto& packet : {first, second, second}) set(packet);
   EXPECT_EQ(container.forgotten().count(), 0U);
   EXPECT_EQ(get(first)->event(), event);
@@ -57,22 +56,21 @@ TEST(DNSMessageContainer, DropsTheEventThatWasSetLongestAgo) {
   EXPECT_EQ(container.forgotten().count(), 1U);
   EXPECT_EQ(get(first), nullptr);
   EXPECT_EQ(get(second)->event(), event);
-  container.remove(get(second), {second, seen, nobody});
+  container.remove(get(second), {second, seen, kNobody});
   EXPECT_TRUE(get(second)->isOver());
   EXPECT_EQ(container.pending(), 1U);
 }
 
 TEST(DNSMessageContainer, RemembersALimitedNumberThatIsOver) {
   DNSMessageContainer container(2);
-  const std::optional<EventProcess> nobody;
   Sighting seen;
   seen.isResponse = true;
   constexpr auto kMost = static_cast<std::int64_t>(DNSMessageContainer::kMostOver);
   for (std::int64_t id = 0; id <= kMost; ++id) {
-    container.remove(nullptr, {packetOf(id, "A", {Answer()}), seen, nobody});
+    container.remove(nullptr, {packetOf(id, "A", {Answer()}), seen, kNobody});
   }
-  EXPECT_EQ(container.get({packetOf(0, "A"), seen, nobody}), nullptr);
-  EXPECT_TRUE(container.get({packetOf(1, "A"), seen, nobody})->isOver());
+  EXPECT_EQ(container.get({packetOf(0, "A"), seen, kNobody}), nullptr);
+  EXPECT_TRUE(container.get({packetOf(1, "A"), seen, kNobody})->isOver());
 }
 
 }  // namespace

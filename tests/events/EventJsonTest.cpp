@@ -1,5 +1,3 @@
-#include <fstream>
-
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -7,36 +5,28 @@
 #include "events/EventJson.h"
 #include "events/EventMembers.h"
 #include "tests/support/SchemaComparison.h"
+#include "tests/support/TestSupport.h"
 
 namespace tovi::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFullEvent =
-    R"({"timestamp":"2022-01-25T17:02:52Z","version":"1.0.0.0","system":{"name":"mac-01",)"
-    R"("logged_users":[{"name":"alice","full_name":"Alice Example","sessions":["s1","s2"]}],)"
-    R"("local_address":["192.168.1.20"]},"process":{"pid":512,"name":"Safari","user":"alice",)"
-    R"("unit":"app.scope","parent":{"pid":1,"name":"init"},"executable":"/bin/safari"},)"
-    R"("dns_packet":{"id":4660,"op_code":"QUERY","response_code":"NOERROR","question":)"
-    R"({"type":"A","name":"a\\044b.org","query_class":"IN"},"flags":{"authoritative":false,)"
-    R"("recursion_available":true,"truncated_response":false,"checking_disabled":false,)"
-    R"("recursion_desired":true,"authentic_data":false},"answers":[{"name":"example.org",)"
-    R"("type":"A","answer_class":"IN","ttl":4294967295,"data":"93.184.216.34"},)"
-    R"({"name":"example.org","type":"TXT","data":"\"x\""}],"answers_left_out":3,)"
-    R"("queried_servers":[]},"exchange":{"server":"9.9.9.9","client_port":40001,)"
-    R"("transport":"udp","duration_us":9000}})";
-
-// A full event with one member replaced.
+/// The example of docs/formats.md, which has every member, with one member replaced.
 Json fullEventWith(const char* pointer, Json value) {
-  auto json = Json::parse(kFullEvent);
+  const auto page = readFile(TOVI_SOURCE_DIR "/docs/formats.md");
+  const auto start = page.find('{', page.find("```json tovi"));
+  auto json = Json::parse(page.substr(start, page.find("```", start) - start));
   json[Json::json_pointer(pointer)] = std::move(value);
   return json;
 }
 
 TEST(EventJson, EventSurvivesDecodingAndEncodingUnchanged) {
-  for (const char* text : {kFullEvent, "{}"}) {
-    EXPECT_EQ(jsonText(Json::parse(text).get<ToviDNSEvent>()), text);
+  const Json plainAnswer = {{"name", "example.org"}, {"type", "TXT"}, {"data", "\"x\""}};
+  for (const auto& event : {fullEventWith("/system/logged_users/0/sessions", {"s1", "s2"}),
+                            fullEventWith("/dns_packet/answers/0/ttl", 4294967295),
+                            fullEventWith("/dns_packet/answers/1", plainAnswer), Json::object()}) {
+    EXPECT_EQ(jsonText(event.get<ToviDNSEvent>()), event.dump());
   }
 }
 
@@ -65,7 +55,7 @@ TEST(EventJson, MissingRequiredMemberIsRefused) {
         "/dns_packet/flags/authentic_data", "/dns_packet/answers/0/name",
         "/dns_packet/answers/0/type", "/dns_packet/answers/0/data"}) {
     const Json::json_pointer member(pointer);
-    auto json = Json::parse(kFullEvent);
+    auto json = fullEventWith("/version", "2");
     json[member.parent_pointer()].erase(member.back());
     EXPECT_THROW(json.get<ToviDNSEvent>(), nlohmann::json::exception) << pointer;
   }
@@ -101,8 +91,7 @@ TEST(EventJson, NullStandsForAnAbsentMember) {
 }
 
 TEST(EventJson, SchemaDescribesTheMembersOfEveryRecord) {
-  std::ifstream file(TOVI_SOURCE_DIR "/docs/dns-events.schema.json");
-  const auto schema = Json::parse(file);
+  const auto schema = Json::parse(readFile(TOVI_SOURCE_DIR "/docs/dns-events.schema.json"));
   SchemaComparison(schema).compare(ToviDNSEvent(), schema.at("$defs").at("event"));
 }
 

@@ -93,12 +93,7 @@ TEST(Exchange, ForwarderThatKeepsIdentifiersIsToldFromItsClient) {
 }
 
 TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
-  const struct {
-    const char* question;
-    std::string flow;
-    std::vector<std::string> earlier;
-    std::size_t left;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::vector<std::string>, std::size_t> cases[] = {
       {"other.org", kOther, {query({.pid = 512}), failure({.milliseconds = 1})}, 1},
       {"other.org", kOther, {query({.pid = 512})}, 1},
       {"example.org", kOther, {query({.pid = 512}), failure({.milliseconds = 1})}, 0},
@@ -118,11 +113,7 @@ TEST(Exchange, IdentifierOfAnExchangeThatFailedBelongsToItsNextUser) {
 
 TEST(Exchange, EachCourseMakesTheEventsOfItsAskers) {
   const std::string nextServer = "192.168.1.20;40002;192.168.1.2";
-  const struct {
-    const char* outcome;
-    std::vector<std::string> texts;
-    std::vector<Asker> askers;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<std::string>, std::vector<Asker>> cases[] = {
       {"query sent again keeps time and process, and its second answer makes no event",
        {query({.pid = 512}), query({.milliseconds = 5000}),
         query({.flow = nextServer, .milliseconds = 10'000, .pid = 512}),
@@ -187,10 +178,7 @@ TEST(Exchange, EachCourseMakesTheEventsOfItsAskers) {
 }
 
 TEST(Exchange, FloodOfUnaskedResponsesDisplacesNoQueryThatWaits) {
-  const struct {
-    const char* outcome;
-    std::function<std::string(int)> unasked;
-  } cases[] = {
+  const std::pair<const char*, std::function<std::string(int)>> cases[] = {
       {"failures of any identifier", [](int at) { return failure({.id = 8 + at}); }},
       {"failures of this identifier and name", [](int at) {
          return failure({.flow = "192.168.1.20;" + std::to_string(50'000 + at) + ";9.9.9.9"});

@@ -71,17 +71,12 @@ TEST(TimelineTest, ManyIntervalsBecomeFewerAndLonger) {
 
 TEST(ExchangeMatcherTest, ResponseFindsItsQueryAndNoOther) {
   const Endpoint client{"192.0.2.2", 4000}, other{"192.0.2.2", 4001};
-  const struct {
-    const Endpoint& client;
-    const char* server;
-    const char* id;
-    const char* question;
-    nanoseconds time;
-    std::optional<nanoseconds> waited;
-  } cases[] = {{client, "s", "7", "a", 30s, 30s},       {client, "s", "7", "a", 31s, {}},
-               {other, "s", "7", "a", 1s, {}},          {client, "t", "7", "a", 1s, {}},
-               {client, "s", "8", "a", 1s, {}},         {client, "s", "7", "b", 1s, {}},
-               {client, "s", "7", "a", 1500ms, 1500ms}, {client, "s", "7", "a", -31s, {}}};
+  const std::tuple<Endpoint, const char*, const char*, const char*, nanoseconds,
+                   std::optional<nanoseconds>>
+      cases[] = {{client, "s", "7", "a", 30s, 30s},       {client, "s", "7", "a", 31s, {}},
+                 {other, "s", "7", "a", 1s, {}},          {client, "t", "7", "a", 1s, {}},
+                 {client, "s", "8", "a", 1s, {}},         {client, "s", "7", "b", 1s, {}},
+                 {client, "s", "7", "a", 1500ms, 1500ms}, {client, "s", "7", "a", -31s, {}}};
   for (const auto& [asks, server, id, question, time, waited] : cases) {
     ExchangeMatcher exchanges;
     exchanges.addQuery({client, "s", "7", "a", Date()});
